@@ -1,0 +1,42 @@
+# rq7_library(<name> [SHARED] SOURCES ... DEPS ...)
+# One library per folder; the alias rq7::<name> is what other folders link.
+# Every library sees the repository root as its include root, so includes
+# name their folder ("common/src/ConfigBlock.h").
+function(rq7_library name)
+  cmake_parse_arguments(L "SHARED;INTERFACE" "" "SOURCES;DEPS" ${ARGN})
+  if(L_INTERFACE OR NOT L_SOURCES)
+    add_library(rq7_${name} INTERFACE)
+    target_include_directories(rq7_${name} INTERFACE ${PROJECT_SOURCE_DIR})
+    target_link_libraries(rq7_${name} INTERFACE ${L_DEPS})
+  else()
+    if(L_SHARED)
+      add_library(rq7_${name} SHARED ${L_SOURCES})
+    else()
+      add_library(rq7_${name} STATIC ${L_SOURCES})
+    endif()
+    target_include_directories(rq7_${name} PUBLIC ${PROJECT_SOURCE_DIR})
+    target_link_libraries(rq7_${name} PUBLIC ${L_DEPS})
+  endif()
+  add_library(rq7::${name} ALIAS rq7_${name})
+endfunction()
+
+# rq7_test(<name> SOURCES ... DEPS ... [LOCK <resource>] [LABELS ...])
+# One GoogleTest binary per concept, registered with CTest test by test.
+# LOCK serialises binaries that share a resource (the Logger port 5000).
+function(rq7_test name)
+  cmake_parse_arguments(T "" "LOCK;TIMEOUT" "SOURCES;DEPS;LABELS" ${ARGN})
+  add_executable(${name} ${T_SOURCES})
+  target_link_libraries(${name} PRIVATE ${T_DEPS} GTest::gtest GTest::gtest_main Threads::Threads)
+  if(NOT T_TIMEOUT)
+    set(T_TIMEOUT 120)
+  endif()
+  set(props TIMEOUT ${T_TIMEOUT})
+  if(T_LOCK)
+    list(APPEND props RESOURCE_LOCK ${T_LOCK})
+  endif()
+  if(T_LABELS)
+    list(APPEND props LABELS "${T_LABELS}")
+  endif()
+  gtest_discover_tests(${name} WORKING_DIRECTORY ${CMAKE_CURRENT_SOURCE_DIR}
+                       DISCOVERY_TIMEOUT 30 PROPERTIES ${props})
+endfunction()
