@@ -1,0 +1,74 @@
+// Schema patterns: whole-text matching, the pattern language, failed
+// compilation, ownership of the automaton.
+#include "xrt/xsd_regex.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+
+using namespace xrt;
+
+namespace {
+
+const char* const k_addr32 = "0x[0-9a-fA-F]{1,8}";
+const char* const k_addr64 = "0x[0-9a-fA-F]{1,16}";
+
+struct match_case {
+    const char* pattern;
+    std::string text;
+    bool match;
+};
+
+const match_case k_matches[] = {
+    {k_addr32, "0x0", true}, {k_addr32, "0xABCDEF12", true},
+    {k_addr32, "0x123456789", false},  // nine digits
+    {k_addr32, "0x", false}, {k_addr32, "0X10", false}, {k_addr32, " 0x10", false},
+    {k_addr32, "x0x10", false},  // the match covers the whole text
+    {k_addr32, std::string("0x1\0", 4), false}, {k_addr64, "0x1234567890abcdef", true},
+    {k_addr64, "0x1234567890abcdef0", false}, {"\\d{3}-\\d{4}", "555-1234", true},
+    {"[a-z]+(,[a-z]+)*", "a,bc", true}, {"abc|def", "def", true}, {"abc|def", "abcdef", false}, {"[^,]*", "", true},
+    {"a.c", "abc", true},
+    {"a.c", "a\nc", false},  // "." excludes line ends
+    {"\\i\\c*", "_x1", true}, {"\\i\\c*", "1x", false}, {"(ab){2,3}", "ababab", true},
+    {"\\p{Lu}\\p{Ll}*", "\xc3\x89lan", true},  // UTF-8 capital E acute
+    {"\\p{Lu}\\p{Ll}*", "\xc3\xa9lan", false},
+    {"[a-z]*", "\xff\xfe", false},  // broken UTF-8 is no match, and no crash
+};
+
+TEST(XsdRegex, MatchesWholeTexts) {
+    for (const auto& c : k_matches) {
+        SCOPED_TRACE(std::string(c.pattern) + " on \"" + c.text + "\"");
+        const c_regex re(c.pattern);
+        ASSERT_TRUE(re.is_compiled());
+        EXPECT_EQ(re.is_match(c.text), c.match);
+    }
+}
+
+TEST(XsdRegex, FailedCompilationMatchesEverything) {
+    const std::string broken[] = {"[a-", "(ab", "\\q", "*a", std::string("a\0b", 3)};
+    for (const auto& pattern : broken) {
+        const c_regex re(pattern);
+        EXPECT_FALSE(re.is_compiled()) << pattern;
+        EXPECT_TRUE(re.is_match("anything")) << pattern;
+    }
+}
+
+TEST(XsdRegex, CopiesOwnTheirAutomaton) {
+    auto original = std::make_unique<c_regex>(k_addr32);
+    const c_regex copy(*original);
+    c_regex assigned("x");
+    assigned = *original;
+    original.reset();
+    for (const c_regex* re : {&copy, static_cast<const c_regex*>(&assigned)}) {
+        EXPECT_TRUE(re->is_match("0x10"));
+        EXPECT_FALSE(re->is_match("0x"));
+        EXPECT_EQ(re->get_pattern(), k_addr32);
+    }
+    c_regex moved(std::move(assigned));
+    EXPECT_FALSE(moved.is_match("0x"));
+    const c_pattern pattern(k_addr64);
+    EXPECT_TRUE(pattern.is_match("0xffffffffffffffff"));
+    EXPECT_FALSE(c_pattern(nullptr).is_match("a"));  // null reads as the empty pattern
+}
+
+}  // namespace

@@ -1,0 +1,88 @@
+#include "xrt/xml_writer.h"
+
+#include <locale>
+
+#include "xrt/xrt_input.h"
+
+namespace xrt {
+
+c_xml_writer::c_xml_writer(std::ostream& os) : m_os(os) {
+    m_os.imbue(std::locale::classic());
+    m_os << "<?xml version=\"1.0\" encoding=\"UTF-8\"" << "?>" << m_newline;
+}
+
+c_xml_writer::~c_xml_writer() = default;
+
+exrt_error c_xml_writer::user_handle_error(exrt_error code, const char*, const char*, int) {
+    return user_handle_error(code);
+}
+
+exrt_error c_xml_writer::user_handle_error(exrt_error code) { return code; }
+
+std::string c_xml_writer::get_error_info() const {
+    if (m_last_code == e_no_error) return get_error_text(e_no_error);
+    return "'" + m_item_name + "'-" + get_error_text(m_last_code);
+}
+
+exrt_error c_xml_writer::handle_error(exrt_error code, const char* item, const char* file, int line) {
+    m_last_code = code;
+    m_item_name = item ? item : "";
+    m_last_code = user_handle_error(code, item, file, line);
+    return m_last_code;
+}
+
+std::ostream& c_xml_writer::operator()(bool do_indent) {
+    if (do_indent)
+        for (int i = 0; i < m_depth; ++i) nest();
+    return m_os;
+}
+
+namespace {
+void write_ns(std::ostream& os, const std::string& prefix, const std::string& uri) {
+    os << " xmlns";
+    if (!prefix.empty()) os << ':' << prefix;
+    os << "=\"" << uri << '"';
+}
+}  // namespace
+
+void c_xml_writer::write_namespaces() {
+    if (m_ns_map_written) return;
+    for (const s_ns_map* row = m_ns_map; row && row->uri; ++row)
+        write_ns(m_os, row->prefix ? row->prefix : "", row->uri);
+    for (const auto& ns : m_default_namespaces) write_ns(m_os, ns.first, ns.second);
+    if (!m_schema_locations.empty()) {
+        m_os << " xmlns:xsi=\"" << c_enumerated_namespaces::xsi_namespace << '"';
+        if (!m_schema_locations.front().first.empty()) {
+            m_os << " xsi:schemaLocation=\"";
+            for (std::size_t i = 0; i < m_schema_locations.size(); ++i) {
+                if (i) m_os << ' ';
+                m_os << m_schema_locations[i].first << ' ' << m_schema_locations[i].second;
+            }
+            m_os << '"';
+        } else {
+            m_os << " xsi:noNamespaceSchemaLocation=\"" << m_schema_locations.front().second << '"';
+        }
+    }
+    m_ns_map_written = true;
+}
+
+void c_xml_writer::write_escaped(const char* text, std::size_t length) {
+    const char* run = text;
+    const char* end = text + length;
+    for (const char* p = text; p < end; ++p) {
+        const char* escape;
+        switch (*p) {
+            case '"': escape = "&quot;"; break;
+            case '\'': escape = "&apos;"; break;
+            case '&': escape = "&amp;"; break;
+            case '<': escape = "&lt;"; break;
+            default: continue;
+        }
+        m_os.write(run, p - run);
+        m_os << escape;
+        run = p + 1;
+    }
+    m_os.write(run, end - run);
+}
+
+}  // namespace xrt
