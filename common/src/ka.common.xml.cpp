@@ -1,0 +1,494 @@
+#include "common/src/ka.common.xml.h"
+
+#include "xrt/xml_reader.h"
+#include "xrt/xml_writer.h"
+
+#include <cstring>
+#include <sstream>
+#include <unordered_map>
+
+namespace quorl {
+
+namespace {
+
+// Peeks the next tag; the reader's own error and the end of input stop here.
+exrt_error peekTag(BindReader& r, const char* context, BindReader::Kind& k) {
+    k = r.peek();
+    if (k == BindReader::FAIL) return r.readerError();
+    if (k == BindReader::EOI) return XB_FAIL(r, XB_END_OF_MESSAGE, context);
+    return XB_OK;
+}
+
+bool startsChild(const BindReader& r, BindReader::Kind k, const char* element) {
+    return k == BindReader::START && !r.prefixed() && r.name() == element;
+}
+
+// Consumes the start tag of a complex element and refuses "/>".
+exrt_error openComplex(BindReader& r, const char* element) {
+    r.consume();
+    bool selfClosed = false;
+    if (exrt_error e = r.finishStart(element, selfClosed)) return e;
+    if (selfClosed) return XB_FAIL(r, XB_EMPTY_ELEMENT, element);
+    return XB_OK;
+}
+
+// Reads an optional leaf of a sequence if it comes next.
+template <class Codec>
+exrt_error readOptional(BindReader& r, const char* context, const char* element,
+                        typename Codec::type& out, bool& present) {
+    BindReader::Kind k;
+    if (exrt_error e = peekTag(r, context, k)) return e;
+    if (!startsChild(r, k, element)) return XB_OK;
+    present = true;
+    return readLeaf<Codec>(r, element, out);
+}
+
+template <class Codec>
+exrt_error readRequired(BindReader& r, const char* context, const char* element,
+                        typename Codec::type& out) {
+    BindReader::Kind k;
+    if (exrt_error e = peekTag(r, context, k)) return e;
+    if (!startsChild(r, k, element)) return XB_FAIL(r, XB_MISSING, element);
+    return readLeaf<Codec>(r, element, out);
+}
+
+// The loop of an all-group: children in any order, each at most once, until
+// the end tag; then the required ones are checked and the end tag read.
+// `rows` names the children; `readChild(id)` reads one whose start tag is
+// current.
+template <class ReadChild>
+exrt_error unmarshalAllGroup(BindReader& r, const char* element, const ChildRow* rows, int rowCount,
+                             OrderList& order, ReadChild readChild) {
+    for (;;) {
+        BindReader::Kind k;
+        if (exrt_error e = peekTag(r, element, k)) return e;
+        if (k != BindReader::START) break;
+        const ChildRow* row = nullptr;
+        if (!r.prefixed())
+            for (int i = 0; i < rowCount; ++i)
+                if (r.name() == rows[i].name) row = &rows[i];
+        if (!row) return XB_FAIL(r, XB_UNKNOWN_IN_ALL, r.name());
+        if (order.has(row->id)) return XB_FAIL(r, XB_ALL_TWICE, r.name());
+        if (exrt_error e = readChild(row->id)) return e;
+        order.add(row->id);
+    }
+    for (int i = 0; i < rowCount; ++i)
+        if (rows[i].required && !order.has(rows[i].id)) return XB_FAIL(r, XB_MISSING, element);
+    return r.endTag(element);
+}
+
+}  // namespace
+
+// ---- Ranges ------------------------------------------------------------------
+
+namespace {
+const ChildRow intRangeRows[] = {{0, "MinValue", false}, {1, "MaxValue", false}};
+}
+
+template <class RK>
+exrt_error c_IntRange<RK>::unmarshal(BindReader& r) {
+    r.consume();
+    bool selfClosed = false;
+    if (exrt_error e = r.finishStart(RK::name, selfClosed)) return e;
+    if (selfClosed) return XB_OK;  // ranges may be empty
+    return unmarshalAllGroup(r, RK::name, intRangeRows, 2, order, [&](int id) {
+        return readLeaf<Codec>(r, intRangeRows[id].name, id == MinValue ? minValue : maxValue);
+    });
+}
+
+template <class RK>
+exrt_error c_IntRange<RK>::marshal(xrt::c_xml_writer& w) const {
+    writeStart(w, RK::name);
+    for (int i = 0; i < order.size(); ++i) {
+        const int id = order.at(i);
+        writeLeaf<Codec>(w, intRangeRows[id].name, id == MinValue ? minValue : maxValue);
+    }
+    writeEnd(w, RK::name);
+    return XB_OK;
+}
+
+template <class BK>
+exrt_error c_RealBound<BK>::unmarshal(BindReader& r) {
+    if (exrt_error e = openComplex(r, BK::name)) return e;
+    const ChildRow rows[] = {{Value, BK::valueName, true}, {Inclusive, BK::inclusiveName, false}};
+    return unmarshalAllGroup(r, BK::name, rows, 2, order, [&](int id) {
+        if (id == Value) return readLeaf<Codec>(r, BK::valueName, value);
+        return readLeaf<FlagCodec>(r, BK::inclusiveName, inclusive);
+    });
+}
+
+template <class BK>
+exrt_error c_RealBound<BK>::marshal(xrt::c_xml_writer& w) const {
+    writeStart(w, BK::name);
+    for (int i = 0; i < order.size(); ++i) {
+        if (order.at(i) == Value)
+            writeLeaf<Codec>(w, BK::valueName, value);
+        else
+            writeLeaf<FlagCodec>(w, BK::inclusiveName, inclusive);
+    }
+    writeEnd(w, BK::name);
+    return XB_OK;
+}
+
+template <class RK>
+exrt_error c_RealRange<RK>::unmarshal(BindReader& r) {
+    r.consume();
+    bool selfClosed = false;
+    if (exrt_error e = r.finishStart(RK::name, selfClosed)) return e;
+    if (selfClosed) return XB_OK;
+    BindReader::Kind k;
+    if (exrt_error e = peekTag(r, RK::name, k)) return e;
+    if (startsChild(r, k, RK::MinBound::name)) {
+        if (exrt_error e = minBound.unmarshal(r)) return e;
+        hasMin = true;
+        if (exrt_error e = peekTag(r, RK::name, k)) return e;
+    }
+    if (startsChild(r, k, RK::MaxBound::name)) {
+        if (exrt_error e = maxBound.unmarshal(r)) return e;
+        hasMax = true;
+    }
+    return r.endTag(RK::name);
+}
+
+template <class RK>
+exrt_error c_RealRange<RK>::marshal(xrt::c_xml_writer& w) const {
+    writeStart(w, RK::name);
+    if (hasMin) minBound.marshal(w);
+    if (hasMax) maxBound.marshal(w);
+    writeEnd(w, RK::name);
+    return XB_OK;
+}
+
+// ---- Extras ------------------------------------------------------------------
+
+const ChildRow NoExtra::rows[] = {{-1, "", false}};
+
+#define RQ7_RANGE_ROWS(R) \
+    template <>           \
+    const ChildRow RangeExtra<c_##R>::rows[] = {{AC_Range, #R, false}};
+RQ7_RANGE_ROWS(Int32Range)
+RQ7_RANGE_ROWS(UInt32Range)
+RQ7_RANGE_ROWS(Int64Range)
+RQ7_RANGE_ROWS(UInt64Range)
+RQ7_RANGE_ROWS(Addr32Range)
+RQ7_RANGE_ROWS(Addr64Range)
+RQ7_RANGE_ROWS(FloatRange)
+RQ7_RANGE_ROWS(DoubleRange)
+#undef RQ7_RANGE_ROWS
+
+const ChildRow BoolExtra::rows[] = {{AC_ValueDescription, "ValueDescription", false}};
+
+exrt_error BoolExtra::read(int, BindReader& r) {
+    return readLeaf<TextCodec>(r, "ValueDescription", valueDescription);
+}
+
+void BoolExtra::write(int, xrt::c_xml_writer& w) const {
+    writeLeaf<TextCodec>(w, "ValueDescription", valueDescription);
+}
+
+const ChildRow EnumExtra::rows[] = {{AC_EnumValues, "EnumValues", true},
+                                    {AC_AllowMultiple, "AllowMultiple", false}};
+
+exrt_error EnumExtra::read(int id, BindReader& r) {
+    if (id == AC_EnumValues) return readLeaf<TextCodec>(r, "EnumValues", enumValues);
+    return readLeaf<FlagCodec>(r, "AllowMultiple", allowMultiple);
+}
+
+void EnumExtra::write(int id, xrt::c_xml_writer& w) const {
+    if (id == AC_EnumValues)
+        writeLeaf<TextCodec>(w, "EnumValues", enumValues);
+    else
+        writeLeaf<FlagCodec>(w, "AllowMultiple", allowMultiple);
+}
+
+// ---- Attribute elements ------------------------------------------------------
+
+namespace {
+// The four children every attribute element has, in the order of a sequence.
+const ChildRow commonRows[] = {{AC_Name, "Name", true},
+                               {AC_DefaultValue, "DefaultValue", true},
+                               {AC_Mutable, "Mutable", false},
+                               {AC_ReadOnly, "ReadOnly", false}};
+constexpr int commonRowCount = 4;
+
+// The rows of one kind: the common four, then its extras.
+template <class Extra>
+struct KindRows {
+    ChildRow rows[commonRowCount + 2];
+    int count = 0;
+    KindRows() {
+        for (const ChildRow& c : commonRows) rows[count++] = c;
+        for (int i = 0; i < Extra::rowCount; ++i) rows[count++] = Extra::rows[i];
+    }
+};
+}  // namespace
+
+template <class K>
+exrt_error c_Attribute<K>::readChild(int id, BindReader& r) {
+    switch (id) {
+        case AC_Name: return readLeaf<TextCodec>(r, "Name", name);
+        case AC_DefaultValue: return readLeaf<Codec>(r, "DefaultValue", value);
+        case AC_Mutable: return readLeaf<FlagCodec>(r, "Mutable", mutableFlag);
+        case AC_ReadOnly: return readLeaf<FlagCodec>(r, "ReadOnly", readOnly);
+        default: return ext.read(id, r);
+    }
+}
+
+template <class K>
+void c_Attribute<K>::writeChild(int id, xrt::c_xml_writer& w) const {
+    switch (id) {
+        case AC_Name: writeLeaf<TextCodec>(w, "Name", name); break;
+        case AC_DefaultValue: writeLeaf<Codec>(w, "DefaultValue", value); break;
+        case AC_Mutable: writeLeaf<FlagCodec>(w, "Mutable", mutableFlag); break;
+        case AC_ReadOnly: writeLeaf<FlagCodec>(w, "ReadOnly", readOnly); break;
+        default: ext.write(id, w); break;
+    }
+}
+
+template <class K>
+exrt_error c_Attribute<K>::unmarshal(BindReader& r) {
+    if (exrt_error e = openComplex(r, K::name)) return e;
+    static const KindRows<Extra> table;
+    if (!K::sequence)
+        return unmarshalAllGroup(r, K::name, table.rows, table.count, order,
+                                 [&](int id) { return readChild(id, r); });
+    for (int i = 0; i < table.count; ++i) {
+        const ChildRow& row = table.rows[i];
+        BindReader::Kind k;
+        if (exrt_error e = peekTag(r, K::name, k)) return e;
+        if (startsChild(r, k, row.name)) {
+            if (exrt_error e = readChild(row.id, r)) return e;
+            order.add(row.id);
+        } else if (row.required) {
+            return XB_FAIL(r, XB_MISSING, row.name);
+        }
+    }
+    return r.endTag(K::name);
+}
+
+template <class K>
+exrt_error c_Attribute<K>::marshal(xrt::c_xml_writer& w) const {
+    writeStart(w, K::name);
+    if (K::sequence) {
+        static const KindRows<Extra> table;
+        for (int i = 0; i < table.count; ++i)
+            if (order.has(table.rows[i].id)) writeChild(table.rows[i].id, w);
+    } else {
+        for (int i = 0; i < order.size(); ++i) writeChild(order.at(i), w);
+    }
+    writeEnd(w, K::name);
+    return XB_OK;
+}
+
+#define RQ7_INSTANTIATE_KIND(Element, Index, CodecT, ExtraT, Seq) template class c_Attribute<Element##Kind>;
+RQ7_ATTRIBUTE_KINDS(RQ7_INSTANTIATE_KIND)
+#undef RQ7_INSTANTIATE_KIND
+template class c_IntRange<Int32RangeKind>;
+template class c_IntRange<UInt32RangeKind>;
+template class c_IntRange<Int64RangeKind>;
+template class c_IntRange<UInt64RangeKind>;
+template class c_IntRange<Addr32RangeKind>;
+template class c_IntRange<Addr64RangeKind>;
+template class c_RealBound<MinFloatValueKind>;
+template class c_RealBound<MaxFloatValueKind>;
+template class c_RealBound<MinDoubleValueKind>;
+template class c_RealBound<MaxDoubleValueKind>;
+template class c_RealRange<FloatRangeKind>;
+template class c_RealRange<DoubleRangeKind>;
+
+// ---- The choice --------------------------------------------------------------
+
+namespace {
+struct ChoiceRow {
+    const char* name;
+    c_Element* (*make)();
+};
+template <class C>
+c_Element* makeElement() {
+    return new C();
+}
+// Choice numbers in file-vocabulary order; ConfigBlock closes the list.
+#define RQ7_CHOICE_ROW(Element, Index, CodecT, ExtraT, Seq) {#Element, &makeElement<c_##Element>},
+const ChoiceRow choiceRows[] = {RQ7_ATTRIBUTE_KINDS(RQ7_CHOICE_ROW){"ConfigBlock", &makeElement<c_ConfigBlock>}};
+#undef RQ7_CHOICE_ROW
+constexpr int choiceCount = sizeof(choiceRows) / sizeof(choiceRows[0]);
+static_assert(choiceCount == c_anon_StringAttribute::kind_not_set, "choice table out of step");
+}  // namespace
+
+c_anon_StringAttribute::c_anon_StringAttribute(const c_anon_StringAttribute& o)
+    : kind(o.kind), object(o.object ? o.object->clone_element() : nullptr) {}
+
+c_anon_StringAttribute& c_anon_StringAttribute::operator=(const c_anon_StringAttribute& o) {
+    if (this != &o) {
+        c_anon_StringAttribute copy(o);
+        *this = std::move(copy);
+    }
+    return *this;
+}
+
+c_anon_StringAttribute::~c_anon_StringAttribute() = default;
+
+void c_anon_StringAttribute::select(int newKind) {
+    object.reset();
+    kind = newKind;
+    if (newKind >= 0 && newKind < choiceCount) object.reset(choiceRows[newKind].make());
+}
+
+void c_anon_StringAttribute::set_kind_only(int newKind) {
+    object.reset();
+    kind = newKind;
+}
+
+const char* c_anon_StringAttribute::kindName(int k) {
+    return k >= 0 && k < choiceCount ? choiceRows[k].name : nullptr;
+}
+
+int c_anon_StringAttribute::kindOf(const std::string& element) {
+    // Asked once per child of every block: one hash instead of fourteen compares.
+    static const std::unordered_map<std::string, int> index = [] {
+        std::unordered_map<std::string, int> m;
+        for (int k = 0; k < choiceCount; ++k) m.emplace(choiceRows[k].name, k);
+        return m;
+    }();
+    const auto it = index.find(element);
+    return it == index.end() ? kind_not_set : it->second;
+}
+
+exrt_error c_anon_StringAttribute::unmarshal(BindReader& r) {
+    select(kindOf(r.name()));
+    if (!object) return XB_FAIL(r, XB_BAD_CHOICE, "{anonymous compositor}");
+    return object->unmarshal(r);
+}
+
+exrt_error c_anon_StringAttribute::marshal(xrt::c_xml_writer& w) const {
+    if (kind == kind_not_set) return XB_OK;
+    if (kind < 0 || kind > kind_not_set) return writerFail(w, XB_BAD_CHOICE, "{anonymous compositor}", __LINE__);
+    if (!object) return writerFail(w, XB_TYPE_NOT_SET, choiceRows[kind].name, __LINE__);
+    return object->marshal(w);
+}
+
+// ---- ConfigBlock -------------------------------------------------------------
+
+exrt_error c_ConfigBlock::unmarshal(BindReader& r) {
+    if (r.depth >= BindReader::maxDepth) return XB_FAIL(r, XB_UNDEFINED, "ConfigBlock");
+    struct DepthGuard {
+        int& d;
+        explicit DepthGuard(int& depth) : d(depth) { ++d; }
+        ~DepthGuard() { --d; }
+    } guard(r.depth);
+
+    if (exrt_error e = openComplex(r, "ConfigBlock")) return e;
+    if (exrt_error e = readRequired<TextCodec>(r, "ConfigBlock", "Name", name)) return e;
+    if (exrt_error e = readOptional<FlagCodec>(r, "ConfigBlock", "Mutable", mutableFlag, hasMutable)) return e;
+    for (;;) {
+        BindReader::Kind k;
+        if (exrt_error e = peekTag(r, "ConfigBlock", k)) return e;
+        if (k != BindReader::START || r.prefixed()) break;
+        const int kind = c_anon_StringAttribute::kindOf(r.name());
+        if (kind == c_anon_StringAttribute::kind_not_set) break;
+        children.emplace_back();
+        if (exrt_error e = children.back().unmarshal(r)) return e;
+    }
+    return r.endTag("ConfigBlock");
+}
+
+exrt_error c_ConfigBlock::marshal(xrt::c_xml_writer& w) const {
+    writeStart(w, "ConfigBlock");
+    writeLeaf<TextCodec>(w, "Name", name);
+    if (hasMutable) writeLeaf<FlagCodec>(w, "Mutable", mutableFlag);
+    for (const c_anon_StringAttribute& c : children)
+        if (exrt_error e = c.marshal(w)) return e;
+    writeEnd(w, "ConfigBlock");
+    return XB_OK;
+}
+
+// ---- Configuration -----------------------------------------------------------
+
+exrt_error c_Configuration::unmarshal(BindReader& r) {
+    static const char* const self = "Configuration";
+    if (exrt_error e = openComplex(r, self)) return e;
+    if (exrt_error e = readRequired<TextCodec>(r, self, "Name", name)) return e;
+    if (exrt_error e = readRequired<TextCodec>(r, self, "Version", version)) return e;
+    if (exrt_error e = readOptional<TextCodec>(r, self, "Comments", comments, hasComments)) return e;
+    BindReader::Kind k;
+    for (;;) {
+        if (exrt_error e = peekTag(r, self, k)) return e;
+        if (!startsChild(r, k, "ConfigBlock")) break;
+        blocks.emplace_back();
+        if (exrt_error e = blocks.back().unmarshal(r)) return e;
+    }
+    if (startsChild(r, k, "default")) {
+        // An empty "default" counts as false; anything else is a flag.
+        std::string text;
+        if (exrt_error e = r.readValue("default", FlagCodec::ws, text)) return e;
+        hasDefault = true;
+        if (text.empty())
+            defaultFlag = false;
+        else if (exrt_error e = FlagCodec::parse(text, defaultFlag))
+            return XB_FAIL(r, e, "default");
+    }
+    return r.endTag(self);
+}
+
+exrt_error c_Configuration::marshal(xrt::c_xml_writer& w) const {
+    writeStart(w, "Configuration");
+    writeLeaf<TextCodec>(w, "Name", name);
+    writeLeaf<TextCodec>(w, "Version", version);
+    if (hasComments) writeLeaf<TextCodec>(w, "Comments", comments);
+    for (const c_ConfigBlock& b : blocks)
+        if (exrt_error e = b.marshal(w)) return e;
+    if (hasDefault) writeLeaf<FlagCodec>(w, "default", defaultFlag);
+    writeEnd(w, "Configuration");
+    return XB_OK;
+}
+
+// ---- QUORL -------------------------------------------------------------------
+
+c_QUORL::c_QUORL(const char* path, exrt_error* err) {
+    exrt_error result = XB_UNDEFINED;
+    xrt::c_xml_reader_file reader(path);
+    if (!reader.is_open())
+        result = XB_CANNOT_OPEN;
+    else
+        result = unmarshal(reader);
+    if (err) *err = result;
+}
+
+c_QUORL::c_QUORL(const char* data, size_t length, exrt_error* err) {
+    xrt::c_xml_reader_memory reader(data, length);
+    exrt_error result = unmarshal(reader);
+    if (err) *err = result;
+}
+
+exrt_error c_QUORL::unmarshal(xrt::c_xml_reader& reader) {
+    BindReader r(reader);
+    const BindReader::Kind k = r.peek();
+    if (k == BindReader::FAIL) return r.readerError();
+    if (k != BindReader::START) return XB_FAIL(r, XB_NOT_FOUND, "QUORL");
+    if (r.prefixed() || r.name() != "QUORL") return XB_FAIL(r, XB_NOT_FOUND, r.name());
+    return unmarshal(r);
+}
+
+exrt_error c_QUORL::unmarshal(BindReader& r) {
+    if (exrt_error e = openComplex(r, "QUORL")) return e;
+    BindReader::Kind k;
+    if (exrt_error e = peekTag(r, "QUORL", k)) return e;
+    if (!startsChild(r, k, "Configuration")) return XB_FAIL(r, XB_MISSING, "Configuration");
+    if (exrt_error e = configuration.unmarshal(r)) return e;
+    hasConfiguration = true;
+    return r.endTag("QUORL");
+}
+
+exrt_error c_QUORL::marshal(xrt::c_xml_writer& w) const {
+    writeStart(w, "QUORL");
+    if (exrt_error e = configuration.marshal(w)) return e;
+    writeEnd(w, "QUORL");
+    return XB_OK;
+}
+
+exrt_error c_QUORL::marshal(std::ostream& os) const {
+    xrt::c_xml_writer w(os);
+    return marshal(w);
+}
+
+}  // namespace quorl
