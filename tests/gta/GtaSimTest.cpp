@@ -1,0 +1,157 @@
+// The gta-sim program: preloaded image, command vocabulary, its command log,
+// and that bad packets and abrupt disconnects leave it serving.
+#include "tests/gta/GtaTestUtil.h"
+#include "tests/gta/SimProcess.h"
+
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+using gtatest::hex;
+
+namespace {
+
+std::string tempPath(const std::string& name) {
+    return ::testing::TempDir() + "gta_sim_test_" + std::to_string(::getpid()) + "_" + name;
+}
+
+std::string readFile(const std::string& path) {
+    std::ifstream in(path);
+    std::stringstream all;
+    all << in.rdbuf();
+    return all.str();
+}
+
+// Raw bytes to the server; the connection is dropped without a goodbye.
+void sendAndDrop(unsigned port, const std::string& bytes) {
+    int s = gtatest::connectTo(port);
+    ASSERT_GE(s, 0);
+    ::send(s, bytes.data(), bytes.size(), MSG_NOSIGNAL);
+    linger hard{1, 0};  // reset instead of an orderly close
+    ::setsockopt(s, SOL_SOCKET, SO_LINGER, &hard, sizeof hard);
+    ::close(s);
+}
+
+struct Fixture : ::testing::Test {
+    void SetUp() override {
+        image = tempPath("image");
+        log = tempPath("log");
+        std::ofstream(image) << "# test image\nAPB 0x1000 0x12345678\nAPB 0x1008 0xAB 1\nDDR 0x0 0x0102030405060708 8\n";
+        sim.reset(new gtatest::SimProcess(GTA_SIM_PROGRAM, {"--image", image, "--log", log}));
+        ASSERT_NE(sim->port(), 0u) << sim->firstLine;
+    }
+    void TearDown() override {
+        EXPECT_EQ(sim->stop(), 0);
+        std::remove(image.c_str());
+        std::remove(log.c_str());
+    }
+    GtaSession* open() {
+        GtaSession* s = nullptr;
+        EXPECT_EQ(gta_open(("tcp://127.0.0.1:" + std::to_string(sim->port())).c_str(), &s), GTA_OK);
+        if (s) s->transport->timeout = gtatest::SAFETY_TIMEOUT_MS;
+        return s;
+    }
+    std::string image, log;
+    std::unique_ptr<gtatest::SimProcess> sim;
+};
+
+using GtaSim = Fixture;
+
+TEST_F(GtaSim, AnswersTheCommandVocabulary) {
+    GtaSession* s = open();
+    struct Row {
+        std::string command;
+        std::string reply;
+    };
+    const std::vector<Row> rows = {
+        {"mem read :c:d:x 0x1000 4 APB 1", "E02"},  // no context yet
+        {"ctx set current :c:d:x", "OK"},
+        {"ctx id :c:d set prop speed fast", "OK"},
+        {"ctx connect", "OK"},
+        {"mem list-ms", hex("APB\nAXI\nDDR\n")},
+        {"mem read :c:d:x 0x1000 4 APB 1", hex(hex("\x78\x56\x34\x12"))},
+        {"mem read-piped :c:d:x 0x1008 1 APB 2", hex(hex(std::string("\xab\x00", 2)))},
+        {"mem read :c:d:x 0x0 8 DDR 1", hex(hex("\x08\x07\x06\x05\x04\x03\x02\x01"))},
+        {"mem read :c:d:x 0x1000 4  1", hex(hex("\x78\x56\x34\x12"))},  // empty space: the first one
+        {"mem write :c:d:x 0x2000 2 AXI beefcafe", "OK"},
+        {"mem read :c:d:x 0x2000 4 AXI 1", hex("beefcafe")},
+        {"mem write :c:d:x 0x2000 4 AXI beef", "E06"},  // not a whole element
+        {"mem read :c:d:x 0x2000 3 AXI 1", "E04"},
+        {"mem read :c:d:x 0x2000 4 NOPE 1", "E05"},
+        {"mem erase", "E03"},
+    };
+    for (const auto& r : rows) {
+        GtaPacket* reply = nullptr;
+        ASSERT_EQ(gta_exec(s, r.command.c_str(), &reply), GTA_OK) << r.command;
+        EXPECT_EQ(gtatest::replyText(reply), r.reply) << r.command;
+    }
+    gta_close(s);
+    const std::string text = readFile(log);
+    EXPECT_NE(text.find("> ctx connect\n< OK\n"), std::string::npos) << text;
+    EXPECT_NE(text.find("> mem erase\n< E03\n"), std::string::npos) << text;
+}
+
+TEST_F(GtaSim, SurvivesBadPacketsAndAbruptDisconnects) {
+    const std::vector<std::string> abuse = {
+        "garbage without any frame",
+        gtatest::packet("qRcmd," + hex("ctx connect")).replace(1, 1, "x"),  // bad checksum
+        gtatest::packet("qRcmd,zz"),  // not hex
+        "$qRcmd," + std::string(5000, 'a'),  // cut off inside a packet
+        "$vCont?#49",                         // not a monitor command
+        std::string(3, '\0') + "+-+-",
+    };
+    for (const auto& bytes : abuse) sendAndDrop(sim->port(), bytes);
+
+    GtaSession* s = open();
+    // A session whose first packet is corrupted on the way gets a NACK and
+    // its resend is served.
+    s->command->size = 0;
+    gta_packet_begin(s);
+    gta_packet_append(s, "qRcmd,", 6, GTA_ENCODE_RAW);
+    gta_packet_append(s, "ctx set current :c", 18, GTA_ENCODE_HEX);
+    gta_packet_end(s);
+    s->command->data[s->command->size - 1] ^= 1;  // wrong checksum: NACK, then the same again
+    s->sendRetries = 2;
+    EXPECT_EQ(gta_send_packet(s), GTA_ERR_CHECKSUM);
+    EXPECT_EQ(gta_exec_ok(s, "ctx set current :c"), GTA_OK);
+    EXPECT_EQ(gta_exec_ok(s, "ctx connect"), GTA_OK);  // console output comes first and is dropped
+    gta_close(s);
+    const std::string text = readFile(log);
+    EXPECT_NE(text.find("bad checksum, sent NACK"), std::string::npos) << text;
+    EXPECT_NE(text.find("> ctx connect\n< OK"), std::string::npos) << text;
+}
+
+TEST_F(GtaSim, ResendsItsLastPacketOnNack) {
+    int s = gtatest::connectTo(sim->port());
+    ASSERT_GE(s, 0);
+    const std::string reply = gtatest::packet(hex("APB\nAXI\nDDR\n"));
+    auto expectBytes = [&](const std::string& expected) {
+        std::string got(expected.size(), '\0');
+        size_t n = 0;
+        while (n < got.size()) {
+            ssize_t r = ::recv(s, &got[n], got.size() - n, 0);
+            ASSERT_GT(r, 0);
+            n += size_t(r);
+        }
+        EXPECT_EQ(got, expected);
+    };
+    const std::string list = gtatest::command("mem list-ms");
+    ::send(s, list.data(), list.size(), 0);
+    expectBytes("+" + reply);
+    ::send(s, "-", 1, 0);
+    expectBytes(reply);
+    ::send(s, "+", 1, 0);
+    ::close(s);
+}
+
+TEST(GtaSimCommandLine, RefusesABadImage) {
+    const std::string image = tempPath("bad_image");
+    std::ofstream(image) << "APB 0x1000\n";
+    gtatest::SimProcess sim(GTA_SIM_PROGRAM, {"--image", image});
+    EXPECT_EQ(sim.wait(), 2);
+    EXPECT_EQ(sim.port(), 0u);
+    std::remove(image.c_str());
+}
+
+}  // namespace
