@@ -1,0 +1,7 @@
+#include "modules/LinuxTraceGenerator.h"
+
+namespace quorl {
+
+LinuxTraceGenerator::~LinuxTraceGenerator() = default;
+
+}  // namespace quorl

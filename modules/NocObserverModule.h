@@ -1,0 +1,51 @@
+#pragma once
+// One NoC observer: where NoC trace leaves for the trace bus. Its registers
+// lie on two sides, the ATB side and the STP side, each with its own base.
+#include "plugin/base/ConfigurationModule.h"
+#include "target.access/quorl/register.h"
+
+#include <array>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace quorl {
+
+// A known observer and its number.
+struct ObserverIdentifier {
+    std::string name;
+    uint32_t number;
+};
+
+class NocObserverModule : public ConfigurationModule {
+public:
+    // Register indices, in the order of the register map.
+    enum RegisterId { ATBEN, ATBID, ASYNC_PERIOD, STPV2_EN, REGISTER_COUNT };
+
+    // The record of the known observers; nothing looks anything up in it.
+    static const std::vector<ObserverIdentifier> observerIdentifiers;
+
+    NocObserverModule(std::string name, boost::shared_ptr<ConfigBlock> block);
+
+    uint32_t getModuleType() const override { return FunnelOrObserver; }
+    bool configure(boost::shared_ptr<TaProcess> process) override;
+    bool reset(boost::shared_ptr<TaProcess> process) override;
+    bool enable(boost::shared_ptr<TaProcess> process) override { return configure(process); }
+    bool disable(boost::shared_ptr<TaProcess> process) override;
+
+    bool loadNoCObserverSettings(boost::shared_ptr<ConfigBlock> block);
+
+
+private:
+    Register<unsigned int>& reg(RegisterId id) { return registers[id]; }
+
+    uint8_t syncPeriod = 0;  // only the low 8 bits of the attribute are kept
+    uint32_t atbId = 0;
+    uint64_t baseAddress = 0;
+    uint64_t stpBaseAddress = 0;
+    // Both base addresses came from the block; without them nothing is accessed.
+    bool baseAddressRead = false;
+    std::array<Register<unsigned int>, REGISTER_COUNT> registers;
+};
+
+}  // namespace quorl
