@@ -5,7 +5,7 @@
 #include "common/src/ConfigurationXml.h"
 #include "common/src/Names.h"
 
-#include "tests/common/StdoutCapture.h"
+#include "tests/support/ConfigTestSupport.h"
 
 #include <gtest/gtest.h>
 
@@ -103,9 +103,8 @@ TEST(QualifiedLookup, Attributes) {
         {"", "", true},
     };
     for (const Row& row : rows) {
-        rq7test::StdoutCapture capture;
-        ConfigAttributePtr a = cfg->getConfigAttribute(row.path);
-        const std::string out = capture.text();
+        ConfigAttributePtr a;
+        const std::string out = rq7test::logged([&] { a = cfg->getConfigAttribute(row.path); });
         EXPECT_EQ(a ? a->getQualifiedName() : "", row.found) << '"' << row.path << '"';
         if (row.logged) {
             const std::regex line(
@@ -128,27 +127,6 @@ TEST(QualifiedLookup, FirstMatchWins) {
     EXPECT_EQ(cfg->getConfigBlockList()->size(), 4u);
 }
 
-// A block implementation other than ConfigBlockXml, with fixed lists.
-class FixedBlock : public ConfigBlock {
-public:
-    FixedBlock(std::string n, ConfigAttributeVectorPtr a, ConfigBlockVectorPtr b)
-        : n_(std::move(n)), a_(std::move(a)), b_(std::move(b)) {}
-    ConfigBlockPtr clone() const override { return boost::make_shared<ConfigBlockXml>(*this); }
-    std::string getName() const override { return n_; }
-    std::string getQualifiedName() const override { return "Elsewhere." + n_; }
-    ConfigBlockPtr getConfigBlock(const std::string&) const override { return ConfigBlockPtr(); }
-    ConfigBlockVectorPtr getConfigBlocks() const override { return b_; }
-    ConfigAttributePtr getConfigAttribute(const std::string&) const override { return ConfigAttributePtr(); }
-    ConfigAttributeVectorPtr getConfigAttributes() const override { return a_; }
-    void accept(ConfigBlockVisitor& v) override { v.visit(*this); }
-    void accept(ConfigBlockVisitor& v) const override { v.visit(const_cast<FixedBlock&>(*this)); }
-
-private:
-    std::string n_;
-    ConfigAttributeVectorPtr a_;
-    ConfigBlockVectorPtr b_;
-};
-
 TEST(BlockLookup, FirstMatchWinsAndNamesAreOneStep) {
     // Copying another implementation keeps same-named children in order.
     auto attrs = boost::make_shared<ConfigAttributeVector>();
@@ -158,13 +136,11 @@ TEST(BlockLookup, FirstMatchWinsAndNamesAreOneStep) {
     auto blocks = boost::make_shared<ConfigBlockVector>();
     blocks->push_back(boost::make_shared<ConfigBlockXml>("child"));
     blocks->push_back(boost::make_shared<ConfigBlockXml>("child"));
-    ConfigBlockXml copy(FixedBlock("B", attrs, blocks));
+    ConfigBlockXml copy(rq7test::StubBlock("B", "Elsewhere.B", attrs, blocks));
 
     EXPECT_EQ(copy.getQualifiedName(), "Elsewhere.B");
     EXPECT_EQ(copy.getConfigAttributes()->size(), 3u);
-    auto x = boost::dynamic_pointer_cast<UInt32Attribute>(copy.getConfigAttribute("x"));
-    ASSERT_TRUE(x);
-    EXPECT_EQ(x->getValue(), 1u);
+    EXPECT_EQ(rq7test::typedAttribute<UInt32Attribute>(copy, "x")->getValue(), 1u);
     // The copy holds clones, not the source's objects.
     EXPECT_NE(copy.getConfigAttribute("x"), attrs->at(0));
     EXPECT_NE(copy.getConfigBlock("child"), blocks->at(0));
@@ -174,7 +150,7 @@ TEST(BlockLookup, FirstMatchWinsAndNamesAreOneStep) {
     EXPECT_FALSE(copy.getConfigAttribute("a"));
 
     // Null lists stay empty.
-    ConfigBlockXml empty(FixedBlock("N", nullptr, nullptr));
+    ConfigBlockXml empty(rq7test::StubBlock("N", "N", nullptr, nullptr));
     EXPECT_TRUE(empty.getConfigAttributes()->empty());
     EXPECT_TRUE(empty.getConfigBlocks()->empty());
 }
@@ -211,13 +187,12 @@ TEST(TreeOrder, DocumentLevelByNameBlockLevelByInsertion) {
 
 TEST(TreeRemoval, RemovedBlockLeavesLookupAndClone) {
     auto cfg = makeBoard();
-    {
-        rq7test::StdoutCapture capture;
-        EXPECT_FALSE(cfg->removeConfigBlock("Unknown"));
-        EXPECT_TRUE(cfg->removeConfigBlock(BLOCK_TARGET_ACCESS));
-        EXPECT_FALSE(cfg->removeConfigBlock(BLOCK_TARGET_ACCESS));
-        EXPECT_EQ(capture.text(), "");
-    }
+    EXPECT_EQ(rq7test::logged([&] {
+                  EXPECT_FALSE(cfg->removeConfigBlock("Unknown"));
+                  EXPECT_TRUE(cfg->removeConfigBlock(BLOCK_TARGET_ACCESS));
+                  EXPECT_FALSE(cfg->removeConfigBlock(BLOCK_TARGET_ACCESS));
+              }),
+              "");
     EXPECT_FALSE(cfg->getConfigBlock(BLOCK_TARGET_ACCESS));
     EXPECT_FALSE(cfg->getConfigAttribute("Target Access.ServerPort"));
     EXPECT_EQ(namesOf(cfg->getConfigBlocks()), (Strings{"Dup", "Trace Generators"}));
@@ -262,9 +237,7 @@ TEST(TreeClone, CloneIsIndependent) {
     auto copyXml = boost::dynamic_pointer_cast<ConfigurationXml>(copy);
     EXPECT_EQ(copyXml->getConfigBlockList()->size(), 3u);
 
-    auto port = boost::dynamic_pointer_cast<UInt32Attribute>(copy->getConfigAttribute("Target Access.ServerPort"));
-    ASSERT_TRUE(port);
-    port->setValue(6000);
+    rq7test::typedAttribute<UInt32Attribute>(*copy, "Target Access.ServerPort")->setValue(6000);
     copy->setName("Other");
     copy->setComments("");
     EXPECT_TRUE(copy->removeConfigBlock("Dup"));
@@ -285,13 +258,9 @@ TEST(TreeClone, BlockCloneIsDeep) {
     ConfigBlockPtr tg = cfg->getConfigBlock(BLOCK_TRACE_GENERATORS);
     ConfigBlockPtr copy = tg->clone();
     EXPECT_EQ(copy->getQualifiedName(), "Board.Trace Generators");
-    auto enable = boost::dynamic_pointer_cast<BoolAttribute>(
-        copy->getConfigBlock("CORE")->getConfigBlock("Core 0")->getConfigAttribute(ATTR_ENABLE_TRACE));
-    ASSERT_TRUE(enable);
-    enable->setValue(false);
-    auto original = boost::dynamic_pointer_cast<BoolAttribute>(
-        cfg->getConfigAttribute("Trace Generators:CORE:Core 0:Enable Trace"));
-    EXPECT_TRUE(original->getValue());
+    rq7test::typedAttribute<BoolAttribute>(*copy->getConfigBlock("CORE")->getConfigBlock("Core 0"), ATTR_ENABLE_TRACE)
+        ->setValue(false);
+    EXPECT_TRUE(rq7test::typedAttribute<BoolAttribute>(*cfg, "Trace Generators:CORE:Core 0:Enable Trace")->getValue());
 }
 
 TEST(TreeAdd, AddConfigBlockStoresACopyAndRefusesDuplicates) {
@@ -303,9 +272,7 @@ TEST(TreeAdd, AddConfigBlockStoresACopyAndRefusesDuplicates) {
     EXPECT_EQ(uintAt(*cfg, "Target Access:ServerPort"), 1u);
     EXPECT_NE(cfg->getConfigBlock("Target Access"), ConfigBlockPtr(block));
 
-    rq7test::StdoutCapture capture;
-    cfg->addConfigBlock(ConfigBlockXml("Target Access"));
-    const std::string out = capture.text();
+    const std::string out = rq7test::logged([&] { cfg->addConfigBlock(ConfigBlockXml("Target Access")); });
     EXPECT_TRUE(std::regex_match(out, std::regex(R"(- \S+ \[quorl\.configuration\.xml\] ERROR: duplicate config block\n)")))
         << out;
     EXPECT_EQ(cfg->getConfigBlockList()->size(), 1u);
@@ -342,15 +309,15 @@ TEST(TreeBuilding, DuplicateChildrenAreDroppedWithTheLoaderLines) {
     for (const Row& row : rows) {
         auto parent = boost::make_shared<ConfigBlockXml>("P");
         bool first, second;
-        rq7test::StdoutCapture capture;
-        if (row.block) {
-            first = parent->addBlock(boost::make_shared<ConfigBlockXml>("Core 0"));
-            second = parent->addBlock(boost::make_shared<ConfigBlockXml>("Core 0"));
-        } else {
-            first = parent->addAttribute(makeUInt32Attribute("n", 1));
-            second = parent->addAttribute(makeUInt32Attribute("n", 2));
-        }
-        const std::string out = capture.text();
+        const std::string out = rq7test::logged([&] {
+            if (row.block) {
+                first = parent->addBlock(boost::make_shared<ConfigBlockXml>("Core 0"));
+                second = parent->addBlock(boost::make_shared<ConfigBlockXml>("Core 0"));
+            } else {
+                first = parent->addAttribute(makeUInt32Attribute("n", 1));
+                second = parent->addAttribute(makeUInt32Attribute("n", 2));
+            }
+        });
         EXPECT_TRUE(first);
         EXPECT_FALSE(second);
         EXPECT_TRUE(std::regex_match(out, std::regex(row.expected))) << out;

@@ -14,6 +14,7 @@
 #include <boost/make_shared.hpp>
 #include <boost/shared_ptr.hpp>
 
+#include <algorithm>
 #include <cstdint>
 #include <functional>
 #include <regex>
@@ -48,11 +49,8 @@ public:
         });
     }
     BlockSpec& without(const std::string& n) {
-        for (auto it = entries.begin(); it != entries.end(); ++it)
-            if (it->name == n) {
-                entries.erase(it);
-                break;
-            }
+        entries.erase(std::remove_if(entries.begin(), entries.end(), [&](const Entry& e) { return e.name == n; }),
+                      entries.end());
         return *this;
     }
 

@@ -127,8 +127,9 @@ TEST(RegisterManager, CanOnlyShrink) {
         m.setNumberOfResources(request);
         const size_t kept = std::min(request, 16u);
         expectLayout(m, 0x3000, kept, "R");
-        for (size_t i : {1, 15})
+        for (size_t i : {1, 15}) {
             if (i < kept) EXPECT_TRUE(m.used[i]) << i;
+        }
     }
 }
 

@@ -36,8 +36,6 @@ inline Bytes hex(const std::string& text) {
     return out;
 }
 
-inline Bytes text(const std::string& s) { return Bytes(s.begin(), s.end()); }
-
 inline Bytes operator+(Bytes a, const Bytes& b) {
     a.insert(a.end(), b.begin(), b.end());
     return a;
@@ -62,28 +60,6 @@ inline unsigned short unusedPort() {
     return ntohs(a.sin_port);
 }
 
-// Reads up to n bytes, stopping early at the peer's end or the safety timeout.
-inline Bytes readBytes(int fd, size_t n) {
-    Bytes out;
-    while (out.size() < n) {
-        pollfd p{fd, POLLIN, 0};
-        if (::poll(&p, 1, SAFETY_TIMEOUT_MS) != 1) break;
-        uint8_t buf[4096];
-        ssize_t r = ::recv(fd, buf, std::min(sizeof buf, n - out.size()), 0);
-        if (r <= 0) break;
-        out.insert(out.end(), buf, buf + r);
-    }
-    return out;
-}
-
-// True when the peer has closed (end of stream or reset) with nothing unread.
-inline bool peerClosed(int fd) {
-    pollfd p{fd, POLLIN, 0};
-    if (::poll(&p, 1, SAFETY_TIMEOUT_MS) != 1) return false;
-    uint8_t b;
-    return ::recv(fd, &b, 1, 0) <= 0;
-}
-
 class RawClient {
 public:
     explicit RawClient(unsigned short port) : fd(::socket(AF_INET, SOCK_STREAM, 0)) {
@@ -92,8 +68,22 @@ public:
     }
     ~RawClient() { close(); }
     void send(const Bytes& b) { ::send(fd, b.data(), b.size(), MSG_NOSIGNAL); }
-    Bytes read(size_t n) { return readBytes(fd, n); }
-    bool closedByPeer() { return peerClosed(fd); }
+    // Up to n bytes, fewer at the peer's end or the safety timeout.
+    Bytes read(size_t n) {
+        Bytes out;
+        uint8_t buf[4096];
+        while (out.size() < n && wait()) {
+            ssize_t r = ::recv(fd, buf, std::min(sizeof buf, n - out.size()), 0);
+            if (r <= 0) break;
+            out.insert(out.end(), buf, buf + r);
+        }
+        return out;
+    }
+    // True when the peer has closed (end of stream or reset) with nothing unread.
+    bool closedByPeer() {
+        uint8_t b;
+        return wait() && ::recv(fd, &b, 1, 0) <= 0;
+    }
     void shutdownWrite() { ::shutdown(fd, SHUT_WR); }
     void close() {
         if (fd >= 0) ::close(fd);
@@ -101,6 +91,12 @@ public:
     }
     int fd;
     bool connected;
+
+private:
+    bool wait() {
+        pollfd p{fd, POLLIN, 0};
+        return ::poll(&p, 1, SAFETY_TIMEOUT_MS) == 1;
+    }
 };
 
 // Accepts one client on 127.0.0.1 and runs `script` with its socket.
@@ -150,7 +146,7 @@ inline Bytes failureStatus(const std::string& message) {
     uint32_t length = uint32_t(message.size() + 3);
     Bytes b = {uint8_t(length >> 24), uint8_t(length >> 16), uint8_t(length >> 8), uint8_t(length),
                5, 1};
-    return b + text(message) + Bytes{0};
+    return b + Bytes(message.begin(), message.end()) + Bytes{0};
 }
 
 }  // namespace rq7test

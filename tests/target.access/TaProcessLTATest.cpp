@@ -157,6 +157,32 @@ TEST_F(TaProcessLTATest, FailuresAndTheirTexts) {
     }
 }
 
+// A peer that accepts but never answers (another program on the port) must
+// not hang the run: the access fails like a lost connection.
+TEST_F(TaProcessLTATest, SilentPeerEndsTheAccess) {
+    const bool greets[] = {false, true};
+    for (bool greet : greets) {
+        SCOPED_TRACE(greet ? "silent after the greeting" : "no greeting");
+        quorl::resetAgentConnection();
+        ScriptedServer peer([greet](int fd) {
+            if (greet) sendRaw(fd, GREETING);
+            char byte;
+            while (::recv(fd, &byte, 1, 0) > 0) {
+            }  // until the client gives up and closes
+        });
+        TaProcessLTA process(LOOPBACK, peer.port);
+        quorl::setAgentReplyTimeout(100);
+        uint32_t v = 0;
+        testing::internal::CaptureStderr();
+        Exception e = thrownBy([&] { process.writeMemory(ExtAddress(0x40, ""), 4, 1, &v); });
+        testing::internal::GetCapturedStderr();
+        quorl::setAgentReplyTimeout(5000);
+        EXPECT_EQ(e.getMessage(), "Cannot write address 40 with memory space ");
+        EXPECT_FALSE(process.isConnected());
+        quorl::closeAgentSocket();
+    }
+}
+
 TEST_F(TaProcessLTATest, ConnectionRules) {
     // Whatever stopped the connection, the request then fails on the dead
     // socket and its own text replaces the connection's.

@@ -46,6 +46,7 @@ const s_decode_case k_decode_cases[] = {
     // UTF-8
     {"utf8 plain", "<a>x</a>", "<a>x</a>", e_no_error, 1},
     {"utf8 mark not returned", "\xEF\xBB\xBF<a/>", "<a/>", e_no_error, 1},
+    {"utf8 mark only", "\xEF\xBB\xBF", "", e_no_error, 1},
     {"utf8 two to four bytes", "<a>\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80</a>", "<a>\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80</a>", e_no_error, 1},
     {"utf8 halves combined", "<\xED\xA0\xBD\xED\xB8\x80", "<\xF0\x9F\x98\x80", e_no_error, 1},
     {"utf8 NEL is a line feed", "<a\xC2\x85" "b", "<a\nb", e_no_error, 2},

@@ -56,7 +56,9 @@ TEST_P(Refusal, GivesItsCode) {
     const LoadCase& c = GetParam();
     Loaded l = load(c.text);
     EXPECT_EQ(c.code, l.code) << c.what << "\n" << c.text;
-    if (c.item) EXPECT_EQ(c.item, l.item) << c.what;
+    if (c.item) {
+        EXPECT_EQ(c.item, l.item) << c.what;
+    }
 }
 
 // One row per reading code of the failure table, then the cases that sit on

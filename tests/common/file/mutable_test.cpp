@@ -5,6 +5,7 @@
 #include "common/src/MutableAttributeXml.h"
 #include "common/src/MutableConfigBlockXml.h"
 #include "common/src/ka.common.xml.h"
+#include "tests/support/ConfigTestSupport.h"
 
 #include <gtest/gtest.h>
 
@@ -17,12 +18,7 @@
 namespace quorl {
 namespace {
 
-template <class F>
-std::string logged(F f) {
-    testing::internal::CaptureStdout();
-    f();
-    return testing::internal::GetCapturedStdout();
-}
+using rq7test::logged;
 
 // A block "P" (qualified "Doc.P") holding attribute "a" and child block "c".
 boost::shared_ptr<MutableConfigBlockXml> makeParent() {
@@ -33,18 +29,7 @@ boost::shared_ptr<MutableConfigBlockXml> makeParent() {
 }
 
 // A block implementation whose lists are missing.
-class ListlessBlock : public ConfigBlock {
-public:
-    ConfigBlockPtr clone() const override { return ConfigBlockPtr(); }
-    std::string getName() const override { return "listless"; }
-    std::string getQualifiedName() const override { return "X.listless"; }
-    ConfigBlockPtr getConfigBlock(const std::string&) const override { return ConfigBlockPtr(); }
-    ConfigBlockVectorPtr getConfigBlocks() const override { return ConfigBlockVectorPtr(); }
-    ConfigAttributePtr getConfigAttribute(const std::string&) const override { return ConfigAttributePtr(); }
-    ConfigAttributeVectorPtr getConfigAttributes() const override { return ConfigAttributeVectorPtr(); }
-    void accept(ConfigBlockVisitor& v) override { v.visit(*this); }
-    void accept(ConfigBlockVisitor& v) const override { v.visit(const_cast<ListlessBlock&>(*this)); }
-};
+rq7test::StubBlock listless() { return rq7test::StubBlock("listless", "X.listless", nullptr, nullptr); }
 
 struct EditCase {
     const char* what;
@@ -96,10 +81,10 @@ INSTANTIATE_TEST_SUITE_P(
                  [](MutableConfigBlockXml& p) { p.addMutableConfigAttribute(MutableInt64AttributeXml("b")); }, "",
                  2, 1},
         EditCase{"copy a block whose lists are missing",
-                 [](MutableConfigBlockXml& p) { p.addConfigBlock(MutableConfigBlockXml(ListlessBlock())); },
+                 [](MutableConfigBlockXml& p) { p.addConfigBlock(MutableConfigBlockXml(listless())); },
                  "invalid attributes for config block", 1, 2},
         EditCase{"copy a block whose block list is missing",
-                 [](MutableConfigBlockXml& p) { p.addConfigBlock(MutableConfigBlockXml(ListlessBlock())); },
+                 [](MutableConfigBlockXml& p) { p.addConfigBlock(MutableConfigBlockXml(listless())); },
                  "invalid blocks for config block", 1, 2},
         EditCase{"remove a missing block", [](MutableConfigBlockXml& p) { EXPECT_FALSE(p.removeConfigBlock("x")); },
                  "", 1, 1},
@@ -234,8 +219,7 @@ TEST(MutableDocument, EditsSurviveASave) {
     ASSERT_TRUE(cfg);
     auto m = boost::dynamic_pointer_cast<MutableConfigBlock>(cfg->getConfigBlock("M"));
     ASSERT_TRUE(m);
-    auto u = boost::dynamic_pointer_cast<MutableUInt32Attribute>(m->getConfigAttribute("u"));
-    ASSERT_TRUE(u);
+    auto u = rq7test::typedAttribute<MutableUInt32Attribute>(*m, "u");
     u->setValue(42);
     u->setMaxValue(100);
     m->addConfigAttribute(*makeBoolAttribute("added", true));

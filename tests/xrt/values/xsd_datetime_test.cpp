@@ -17,33 +17,18 @@ TEST(XsdDuration, ValidatesTheWholeShape) {
 }
 
 TEST(XsdDuration, AssignmentReadsUpToTheFirstUnreadablePart) {
-    struct row {
-        const char* text;
-        bool neg;
-        uint32_t y, mo, d, h, mi;
-        float s;
-    };
-    const row cases[] = {
-        {"P1Y2M3DT4H5M6.5S", false, 1, 2, 3, 4, 5, 6.5f},
-        {"-P1DT2H", true, 0, 0, 1, 2, 0, 0},
-        {"P1Y2X3D", false, 1, 0, 0, 0, 0, 0},   // stops at X
-        {"P1D1Y", false, 0, 0, 1, 0, 0, 0},     // Y out of order
-        {"PT1.5H2M", false, 0, 0, 0, 0, 0, 0},  // a fraction only for seconds
-        {"P2MT3M", false, 0, 2, 0, 0, 3, 0},    // M before and after T
-        {"garbage", false, 0, 0, 0, 0, 0, 0},
+    const std::pair<const char*, const char*> cases[] = {
+        {"P1Y2M3DT4H5M6.5S", "P1Y2M3DT4H5M6.5S"}, {"-P1DT2H", "-P1DT2H"}, {"P2MT3M", "P2MT3M"},
+        {"P1Y2X3D", "P1Y"},    // stops at X
+        {"P1D1Y", "P1D"},      // Y out of order
+        {"PT1.5H2M", "PT0S"},  // a fraction only for seconds
+        {"garbage", "PT0S"},
     };
     for (const auto& c : cases) {
-        SCOPED_TRACE(c.text);
         c_duration d;
         d.set_years(99);  // assignment starts from zero
-        d = c.text;
-        EXPECT_EQ(d.get_is_neg(), c.neg);
-        EXPECT_EQ(d.get_years(), c.y);
-        EXPECT_EQ(d.get_months(), c.mo);
-        EXPECT_EQ(d.get_days(), c.d);
-        EXPECT_EQ(d.get_hours(), c.h);
-        EXPECT_EQ(d.get_mins(), c.mi);
-        EXPECT_EQ(d.get_secs(), c.s);
+        d = c.first;
+        EXPECT_EQ(d.to_string(), c.second) << c.first;
     }
 }
 
