@@ -35,7 +35,7 @@ const uint64_t MAX_ACCESS_BYTES = 8;
 const size_t ADDRESS_TEXT_MAX = 66;
 // The agent answers at once; a peer silent this long is not our server (two
 // Logger runs sharing the port), and waiting for it would hang the run.
-const int REPLY_TIMEOUT_MS = 5000;
+int replyTimeoutMs = 5000;
 
 agent_socket_t agentSocket = NO_SOCKET;
 // Answers are read through a buffer: a read's reply and status come together.
@@ -56,7 +56,7 @@ int receiveMessage(agent_message** message) {
         pollfd wait = {agentSocket, POLLIN, 0};
         int ready;
         do {
-            ready = ::poll(&wait, 1, REPLY_TIMEOUT_MS);
+            ready = ::poll(&wait, 1, replyTimeoutMs);
         } while (ready < 0 && errno == EINTR);
         if (ready == 0) return -ETIMEDOUT;
     }
@@ -145,6 +145,8 @@ void closeAgentSocket() {
     agentSocket = NO_SOCKET;
     agent_reader_init(&agentReader, NO_SOCKET);
 }
+
+void setAgentReplyTimeout(int milliseconds) { replyTimeoutMs = milliseconds; }
 
 void resetAgentConnection() {
     closeAgentSocket();

@@ -74,6 +74,9 @@ int sendToAgent(agent_message* message);
 
 // Forgets the shared connection and the last error, as at program start.
 void resetAgentConnection();
+// How long an answer from the agent may take before the access fails
+// (default 5000 ms); tests shorten it.
+void setAgentReplyTimeout(int milliseconds);
 
 // Diagnostics.
 std::string getLastError();

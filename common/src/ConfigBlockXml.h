@@ -123,6 +123,14 @@ protected:
         return blockNames.count(n) != 0;
     }
 
+    // Sizes the attribute list and its name index for a known child count,
+    // so that loading a wide block does not rehash as it grows.
+    void reserveChildren(size_t n) {
+        Guard g(lock);
+        attributes.reserve(n);
+        attributeNames.reserve(n);
+    }
+
     // Appends without checks and without renaming.
     void appendAttribute(const ConfigAttributePtr& a) {
         Guard g(lock);

@@ -43,6 +43,7 @@ std::string duplicateBlock(const ConfigBlock& b) { return "duplicate config bloc
 
 ConfigBlockXml::ConfigBlockXml(const c_ConfigBlock& element, const std::string& parentQualifiedName)
     : ConfigBlockXmlBase(element.get_Name(), joinQualifiedName(parentQualifiedName, element.get_Name())) {
+    reserveChildren(element.size_StringAttribute());
     buildChildren(
         element, qualifiedName, logConfigBlockXml, "Unknown attribute : ",
         [this](const ConfigAttributePtr& a) {
@@ -61,6 +62,7 @@ ConfigBlockXml::ConfigBlockXml(const c_ConfigBlock& element, const std::string& 
 
 MutableConfigBlockXml::MutableConfigBlockXml(const c_ConfigBlock& element, const std::string& parentQualifiedName)
     : ConfigBlockXmlBase(element.get_Name(), joinQualifiedName(parentQualifiedName, element.get_Name())) {
+    reserveChildren(element.size_StringAttribute());
     buildChildren(
         element, qualifiedName, logMutableConfigBlockXml, "Unknown attribute type : ",
         [this](const ConfigAttributePtr& a) {

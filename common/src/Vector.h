@@ -56,6 +56,7 @@ public:
         return items_.back();
     }
 
+    void reserve(size_t n) { Guard g(mutex_); items_.reserve(n); }
     void push_back(const T& item) { Guard g(mutex_); items_.push_back(item); }
     void push_back(T&& item) { Guard g(mutex_); items_.push_back(std::move(item)); }
     void clear() { Guard g(mutex_); items_.clear(); }
