@@ -11,6 +11,9 @@
 #include "target.access/Uuid.h"
 #include "target.access/server/DummyServer.h"
 
+#include <pthread.h>
+#include <sched.h>
+
 #include <iostream>
 
 namespace rq7 {
@@ -25,6 +28,19 @@ const char* const PluginClassName = "TraceTargetConfigPluginKA2";
 int fail(std::ostream& stream, const char* text) {
     stream << text << std::endl;
     return 1;
+}
+
+// A Logger run is one conversation between this thread and the server
+// thread. On one CPU each hand-off is a local switch; across CPUs a message
+// may wait for an idle CPU to wake up, which made whole runs several times
+// slower. The server thread inherits the mask when it starts.
+void keepLoggerRunOnOneCpu() {
+    const int cpu = sched_getcpu();
+    if (cpu < 0) return;
+    cpu_set_t set;
+    CPU_ZERO(&set);
+    CPU_SET(cpu, &set);
+    pthread_setaffinity_np(pthread_self(), sizeof set, &set);
 }
 
 }  // namespace
@@ -94,6 +110,7 @@ int runSequence(const std::string& configFile, int disableCount) {
         if (!process)
             return fail(std::cout, "[RQ7 Trace Configuration Client] Cannot find valid process");
         // The process connects on its first access; by then the server listens.
+        keepLoggerRunOnOneCpu();
         server.run();
     } else {
         quorl::TaProcessManager& manager = quorl::TaProcessManager::getInstance();
