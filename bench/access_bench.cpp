@@ -19,18 +19,13 @@
 // Run with stdout sent away, since the server prints one trace line per
 // access, as in a real Logger run:
 //   access_bench --benchmark_out=access.txt --benchmark_out_format=console >/dev/null
+#include "bench/loopback.h"
 #include "target.access/TaProcessLTA.h"
 #include "target.access/quorl/register.h"
 #include "target.access/server/DummyServer.h"
 
 #include <benchmark/benchmark.h>
 #include <boost/make_shared.hpp>
-
-#include <arpa/inet.h>
-#include <netinet/in.h>
-#include <netinet/tcp.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 #include <ctime>
 #include <thread>
@@ -59,38 +54,15 @@ void measure(benchmark::State& state, Op op) {
         (processCpuNs() - start) / double(state.iterations()), benchmark::Counter::kAvgThreads);
 }
 
-bool readExactly(int fd, uint8_t* p, size_t n) {
-    while (n > 0) {
-        ssize_t r = ::recv(fd, p, n, 0);
-        if (r <= 0) return false;
-        p += r;
-        n -= size_t(r);
-    }
-    return true;
-}
-
-void noDelay(int fd) {
-    int on = 1;
-    ::setsockopt(fd, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
-}
-
 // A loopback peer that answers each request with `answer` bytes, sent in the
 // given pieces, and the client that talks to it.
 class BareLink {
 public:
     explicit BareLink(std::vector<size_t> pieces) : pieces(std::move(pieces)) {
-        listenFd = ::socket(AF_INET, SOCK_STREAM, 0);
-        sockaddr_in a{};
-        a.sin_family = AF_INET;
-        a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        ::bind(listenFd, reinterpret_cast<sockaddr*>(&a), sizeof a);
-        socklen_t len = sizeof a;
-        ::getsockname(listenFd, reinterpret_cast<sockaddr*>(&a), &len);
-        ::listen(listenFd, 1);
+        sockaddr_in a;
+        listenFd = loopback::listenOnFreePort(a);
         peer = std::thread([this] { serve(); });
-        clientFd = ::socket(AF_INET, SOCK_STREAM, 0);
-        noDelay(clientFd);
-        ::connect(clientFd, reinterpret_cast<sockaddr*>(&a), sizeof a);
+        clientFd = loopback::connectNoDelay(a);
         for (size_t p : this->pieces) answerBytes += p;
     }
     ~BareLink() {
@@ -102,16 +74,16 @@ public:
         uint8_t request[REQUEST_BYTES] = {0, 0, 0, 19};
         uint8_t answer[64];
         ::send(clientFd, request, sizeof request, MSG_NOSIGNAL);
-        readExactly(clientFd, answer, answerBytes);
+        loopback::readExactly(clientFd, answer, answerBytes);
     }
 
 private:
     void serve() {
         int fd = ::accept(listenFd, nullptr, nullptr);
-        noDelay(fd);
+        loopback::noDelay(fd);
         uint8_t request[REQUEST_BYTES];
         uint8_t answer[64] = {};
-        while (readExactly(fd, request, sizeof request))
+        while (loopback::readExactly(fd, request, sizeof request))
             for (size_t p : pieces) ::send(fd, answer, p, MSG_NOSIGNAL);
         ::close(fd);
     }

@@ -7,6 +7,7 @@
 // column is the time of the whole process (client and server threads), the
 // steadier figure on a busy machine:
 //   gta_bench --benchmark_repetitions=10 --benchmark_enable_random_interleaving=true
+#include "bench/loopback.h"
 #include "gta/gta.h"
 #include "target.access/ExtAddress.h"
 #include "target.access/TaProcessGTA.h"
@@ -15,12 +16,6 @@
 
 #include <benchmark/benchmark.h>
 #include <boost/shared_ptr.hpp>
-
-#include <arpa/inet.h>
-#include <netinet/in.h>
-#include <netinet/tcp.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 #include <memory>
 #include <string>
@@ -75,65 +70,58 @@ std::string registerWritePacket() {
     return packet;
 }
 
-bool readExactly(int fd, char* p, size_t n) {
-    while (n > 0) {
-        ssize_t r = ::recv(fd, p, n, 0);
-        if (r <= 0) return false;
-        p += r;
-        n -= size_t(r);
+// The bare server of one client: per request, the client's "+" of the
+// previous reply (from the second round on) and the packet, then the ack and
+// reply in one send. Ends when the client closes its end.
+class BareServer {
+public:
+    explicit BareServer(const std::string& packet) : packet(packet) {
+        listener = loopback::listenOnFreePort(address);
+        thread = std::thread([this] { serve(); });
     }
-    return true;
-}
+    ~BareServer() {
+        thread.join();
+        ::close(listener);
+    }
+    const sockaddr_in& where() const { return address; }
 
-void noDelay(int fd) {
-    int one = 1;
-    ::setsockopt(fd, IPPROTO_TCP, TCP_NODELAY, &one, sizeof one);
-}
-
-void BM_BareExchange(benchmark::State& state) {
-    const std::string packet = registerWritePacket();
-    int listener = ::socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in a{};
-    a.sin_family = AF_INET;
-    a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    ::bind(listener, reinterpret_cast<sockaddr*>(&a), sizeof a);
-    ::listen(listener, 1);
-    socklen_t len = sizeof a;
-    ::getsockname(listener, reinterpret_cast<sockaddr*>(&a), &len);
-
-    // Server: per request, the client's "+" of the previous reply (from the
-    // second round on) and the packet, then the ack and reply in one send.
-    std::thread server([&] {
+private:
+    void serve() {
         int fd = ::accept(listener, nullptr, nullptr);
-        noDelay(fd);
+        loopback::noDelay(fd);
         std::string in(packet.size() + 1, '\0');
         bool first = true;
         for (;;) {
             size_t n = first ? packet.size() : packet.size() + 1;
-            if (!readExactly(fd, &in[0], n)) break;
+            if (!loopback::readExactly(fd, &in[0], n)) break;
             first = false;
             if (::send(fd, SERVER_ANSWER.data(), SERVER_ANSWER.size(), MSG_NOSIGNAL) <= 0) break;
         }
         ::close(fd);
-    });
+    }
 
-    int fd = ::socket(AF_INET, SOCK_STREAM, 0);
-    noDelay(fd);
-    ::connect(fd, reinterpret_cast<sockaddr*>(&a), sizeof a);
+    const std::string packet;
+    int listener;
+    sockaddr_in address;
+    std::thread thread;
+};
+
+void BM_BareExchange(benchmark::State& state) {
+    const std::string packet = registerWritePacket();
+    BareServer server(packet);
+    int fd = loopback::connectNoDelay(server.where());
     std::string answer(SERVER_ANSWER.size(), '\0');
     for (auto _ : state) {
         // Same messages in the same order as the protocol: the packet, the
         // server's ack and reply, the client's ack of the reply.
         ::send(fd, packet.data(), packet.size(), MSG_NOSIGNAL);
-        if (!readExactly(fd, &answer[0], answer.size())) {
+        if (!loopback::readExactly(fd, &answer[0], answer.size())) {
             state.SkipWithError("server went away");
             break;
         }
         ::send(fd, "+", 1, MSG_NOSIGNAL);
     }
     ::close(fd);
-    server.join();
-    ::close(listener);
     state.counters["writes/s"] = benchmark::Counter(double(state.iterations()), benchmark::Counter::kIsRate);
     state.counters["packet bytes"] = double(packet.size());
 }
@@ -143,41 +131,17 @@ BENCHMARK(BM_BareExchange)->UseRealTime()->MeasureProcessCPUTime();
 // splits the difference between the two figures above into client and
 // server shares.
 void BM_LibgtaAgainstBareServer(benchmark::State& state) {
-    const std::string packet = registerWritePacket();
-    int listener = ::socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in a{};
-    a.sin_family = AF_INET;
-    a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    ::bind(listener, reinterpret_cast<sockaddr*>(&a), sizeof a);
-    ::listen(listener, 1);
-    socklen_t len = sizeof a;
-    ::getsockname(listener, reinterpret_cast<sockaddr*>(&a), &len);
-    std::thread server([&] {
-        int fd = ::accept(listener, nullptr, nullptr);
-        noDelay(fd);
-        std::string in(packet.size() + 1, '\0');
-        bool first = true;
-        for (;;) {
-            size_t n = first ? packet.size() : packet.size() + 1;
-            if (!readExactly(fd, &in[0], n)) break;
-            first = false;
-            if (::send(fd, SERVER_ANSWER.data(), SERVER_ANSWER.size(), MSG_NOSIGNAL) <= 0) break;
-        }
-        ::close(fd);
-    });
+    BareServer server(registerWritePacket());
     GtaSession* s = nullptr;
     GtaContext* c = nullptr;
-    gta_open(("tcp://127.0.0.1:" + std::to_string(ntohs(a.sin_port))).c_str(), &s);
+    gta_open(("tcp://127.0.0.1:" + std::to_string(ntohs(server.where().sin_port))).c_str(), &s);
     gta_context_create("ka7710x-evb", "KA7710X", 3, "Cluster 0 Core 0", &c);
     uint32_t value = 1;
     for (auto _ : state) gta_mem_write(s, c, REGISTER_ADDRESS, MEMORY_SPACE, 4, 1, &value);
     gta_close(s);
     gta_context_destroy(c);
-    server.join();
-    ::close(listener);
 }
 BENCHMARK(BM_LibgtaAgainstBareServer)->UseRealTime()->MeasureProcessCPUTime();
-
 
 }  // namespace
 

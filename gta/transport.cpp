@@ -159,11 +159,13 @@ int32_t tcpWrite(GtaTransport* t, const void* data, uint64_t size, uint64_t* cou
     return GTA_OK;
 }
 
-int32_t tcpReadAll(GtaTransport* t, void* data, uint64_t size) {
-    auto* p = static_cast<uint8_t*>(data);
+// Repeats step (a read or a write) until all size bytes have moved; its
+// first failure ends the loop.
+template <class Byte, class Step>
+int32_t tcpMoveAll(GtaTransport* t, Byte* p, uint64_t size, Step step) {
     while (size) {
         uint64_t n = 0;
-        int32_t rc = tcpRead(t, p, size, &n);
+        int32_t rc = step(t, p, size, &n);
         if (rc != GTA_OK) return rc;
         p += n;
         size -= n;
@@ -171,16 +173,12 @@ int32_t tcpReadAll(GtaTransport* t, void* data, uint64_t size) {
     return GTA_OK;
 }
 
+int32_t tcpReadAll(GtaTransport* t, void* data, uint64_t size) {
+    return tcpMoveAll(t, static_cast<uint8_t*>(data), size, tcpRead);
+}
+
 int32_t tcpWriteAll(GtaTransport* t, const void* data, uint64_t size) {
-    auto* p = static_cast<const uint8_t*>(data);
-    while (size) {
-        uint64_t n = 0;
-        int32_t rc = tcpWrite(t, p, size, &n);
-        if (rc != GTA_OK) return rc;
-        p += n;
-        size -= n;
-    }
-    return GTA_OK;
+    return tcpMoveAll(t, static_cast<const uint8_t*>(data), size, tcpWrite);
 }
 
 int32_t lastError(GtaTransport* t) { return t->error; }

@@ -19,6 +19,11 @@ DataStream::DataStream(std::string name, boost::shared_ptr<ConfigBlock> block)
 
 DataStream::~DataStream() = default;
 
+bool DataStream::reset(boost::shared_ptr<TaProcess> process) {
+    if (!tmc) return true;
+    return tmc->stop(process);
+}
+
 bool DataStream::enableOnce(boost::shared_ptr<TaProcess> process) {
     if (tmcConfigured) return true;
     bool result = configure(process);

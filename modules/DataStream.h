@@ -3,6 +3,8 @@
 // add their own settings and the trace memory controller they drive.
 #include "plugin/base/ConfigurationModule.h"
 
+#include <boost/shared_ptr.hpp>
+
 #include <cstdint>
 #include <string>
 
@@ -20,12 +22,17 @@ public:
     // A sink keeps running and capturing when its users are switched off;
     // only reset stops it.
     bool disable(boost::shared_ptr<TaProcess>) override { return true; }
+    // Stops capture; the unlock belongs to configure.
+    bool reset(boost::shared_ptr<TaProcess> process) override;
+    bool enable(boost::shared_ptr<TaProcess> process) override { return enableOnce(process); }
 
     // No sink reports how full it is.
     virtual bool supportsBufferMonitoring() { return monitoringSupported; }
     virtual uint32_t getFillLevel(boost::shared_ptr<TaProcess>) { return 0; }
 
     bool isTmcConfigured() const { return tmcConfigured; }
+    // Empty unless the whole block was read.
+    boost::shared_ptr<TMC> getTmc() const { return tmc; }
 
 protected:
     // Runs configure once; later calls succeed without touching the sink.
@@ -44,6 +51,9 @@ protected:
     bool monitoringSupported = false;
     bool scatterGather = false;
     bool tmcConfigured = false;
+    // Set only once the whole block was read: a sink whose reading stopped
+    // early touches nothing.
+    boost::shared_ptr<TMC> tmc;
 };
 
 }  // namespace quorl

@@ -60,9 +60,4 @@ bool HugoModule::configure(boost::shared_ptr<TaProcess> process) {
     return tmc->program(process);
 }
 
-bool HugoModule::reset(boost::shared_ptr<TaProcess> process) {
-    if (!tmc) return true;
-    return tmc->stop(process);
-}
-
 }  // namespace quorl

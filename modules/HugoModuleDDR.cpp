@@ -77,9 +77,4 @@ bool HugoModuleDDR::configure(boost::shared_ptr<TaProcess> process) {
     return tmc->program(process);
 }
 
-bool HugoModuleDDR::reset(boost::shared_ptr<TaProcess> process) {
-    if (!tmc) return true;
-    return tmc->stop(process);
-}
-
 }  // namespace quorl

@@ -63,6 +63,28 @@ int receiveMessage(agent_message** message) {
     return recv_sock_message_buffered(&agentReader, message);
 }
 
+// The next message from the agent in host order, into *host for the caller
+// to free; 0, or the failure with lastError set. A closed connection (-1)
+// is reported only when reportClosed.
+int receiveHostMessage(agent_message** host, bool reportClosed) {
+    agent_message* net = nullptr;
+    int rc = receiveMessage(&net);
+    if (rc != 0) {
+        std::free(net);
+        if (reportClosed || rc != -1) setLastError("Failed to receive a message from server");
+        return -EIO;
+    }
+    rc = ntohm(net, host);
+    std::free(net);
+    if (rc != 0 || !*host) {
+        std::free(*host);
+        *host = nullptr;
+        setLastError("Failed to interpret message from network");
+        return rc != 0 ? rc : -ENOMEM;
+    }
+    return 0;
+}
+
 void closeHandle(agent_socket_t s) {
     if (s >= 0) ::close(s);
 }
@@ -81,6 +103,22 @@ int statusResult(agent_message* host) {
     return -EINVAL;
 }
 
+// Sends a message given in host order; lastError says what failed.
+int sendHostMessage(agent_message* host) {
+    const int type = host->type;
+    agent_message* net = nullptr;
+    int rc = htonm(host, &net);
+    if (rc != 0 || !net) {
+        setLastError("Unknown type of message : %d", type);
+        std::free(net);
+        return rc != 0 ? rc : -ENOMEM;
+    }
+    int result = sendToAgent(net);
+    if (result < 0) setLastError("Failed to send a message");
+    std::free(net);
+    return result;
+}
+
 // Reads the reply of a read request, takes the 8-byte value at `valueOffset`
 // of it, then reads the status that always follows.
 int receiveReadReply(uint8_t expectedType, size_t valueOffset, uint64_t* value) {
@@ -88,21 +126,9 @@ int receiveReadReply(uint8_t expectedType, size_t valueOffset, uint64_t* value) 
         setLastError("Invalid socket");
         return -1;
     }
-    agent_message* net = nullptr;
-    int rc = receiveMessage(&net);
-    if (rc != 0) {
-        std::free(net);
-        setLastError("Failed to receive a message from server");
-        return -EIO;
-    }
     agent_message* host = nullptr;
-    rc = ntohm(net, &host);
-    std::free(net);
-    if (rc != 0 || !host) {
-        std::free(host);
-        setLastError("Failed to interpret message from network");
-        return rc != 0 ? rc : -ENOMEM;
-    }
+    int rc = receiveHostMessage(&host, true);
+    if (rc != 0) return rc;
     if (host->type != expectedType) {
         // A server that refused the request answers with its status alone.
         int result = host->type == AGENT_MSG_STATUS ? statusResult(host) : 0;
@@ -182,17 +208,7 @@ int sendMemoryMessage(uint64_t address, const void* buffer, unsigned width, uint
     std::memcpy(&value, buffer, width);
     m.value = value;
 
-    agent_message* net = nullptr;
-    int rc = htonm(reinterpret_cast<agent_message*>(&m), &net);
-    if (rc != 0 || !net) {
-        setLastError("Unknown type of message : %d", m.type);
-        std::free(net);
-        return rc != 0 ? rc : -ENOMEM;
-    }
-    int result = sendToAgent(net);
-    if (result < 0) setLastError("Failed to send a message");
-    std::free(net);
-    return result;
+    return sendHostMessage(reinterpret_cast<agent_message*>(&m));
 }
 
 int sendRegisterMessage(const char* name, const uint64_t* value, uint8_t operation) {
@@ -207,17 +223,8 @@ int sendRegisterMessage(const char* name, const uint64_t* value, uint8_t operati
     m->value = value ? *value : 0;
     std::memcpy(agent_reg_name(reinterpret_cast<agent_message*>(m)), name, nameLength + 1);
 
-    agent_message* net = nullptr;
-    int rc = htonm(reinterpret_cast<agent_message*>(m), &net);
+    int result = sendHostMessage(reinterpret_cast<agent_message*>(m));
     std::free(m);
-    if (rc != 0 || !net) {
-        setLastError("Unknown type of message : %d", AGENT_MSG_REGISTER);
-        std::free(net);
-        return rc != 0 ? rc : -ENOMEM;
-    }
-    int result = sendToAgent(net);
-    if (result < 0) setLastError("Failed to send a message");
-    std::free(net);
     return result;
 }
 
@@ -226,27 +233,47 @@ int receiveStatus() {
         setLastError("Invalid socket");
         return -EIO;
     }
-    agent_message* net = nullptr;
-    int rc = receiveMessage(&net);
-    if (rc != 0) {
-        std::free(net);
-        if (rc != -1) setLastError("Failed to receive a message from server");
-        return -EIO;
-    }
     agent_message* host = nullptr;
-    rc = ntohm(net, &host);
-    std::free(net);
-    if (rc != 0 || !host) {
-        std::free(host);
-        setLastError("Failed to interpret message from network");
-        return rc != 0 ? rc : -ENOMEM;
-    }
+    int rc = receiveHostMessage(&host, false);
+    if (rc != 0) return rc;
     int result = statusResult(host);
     std::free(host);
     return result;
 }
 
 // ---- TaProcessLTA --------------------------------------------------------------
+
+namespace {
+
+// The bytes one access moves: at most one 64-bit value; more is warned about
+// (the warning names the access) and cut.
+uint64_t accessSize(uint64_t width, uint32_t count, const char* warning) {
+    uint64_t size = width * count;
+    if (size > MAX_ACCESS_BYTES) {
+        RQ7_LOG(logLta, LOG_WARNING, warning);
+        size = MAX_ACCESS_BYTES;
+    }
+    return size;
+}
+
+// One request and its answer: -1 with lastError set when there is no socket,
+// the send's negative result with sendError set when it fails, else what
+// receive returns (0 on success).
+template <class Send, class Receive>
+int exchange(Send send, const char* sendError, Receive receive) {
+    if (socketIsZero()) {
+        setLastError("Invalid socket");
+        return -1;
+    }
+    int result = send();
+    if (result < 0) {
+        setLastError("%s", sendError);
+        return result;
+    }
+    return receive();
+}
+
+}  // namespace
 
 TaProcessLTA::TaProcessLTA(std::string newAddress, int newPort) : port(-1), connected(false) {
     if (isConnected() && newAddress != address) {
@@ -343,25 +370,14 @@ bool TaProcessLTA::writeMemory(const ExtAddress& where, uint64_t width, uint32_t
                                void* source) {
     if (!source) return false;
     connect();
-    uint64_t size = width * count;
-    if (size > MAX_ACCESS_BYTES) {
-        RQ7_LOG(logLta, LOG_WARNING, "Trying to write more than 64 bits into IO_MAPPED memory once.");
-        size = MAX_ACCESS_BYTES;
-    }
+    uint64_t size =
+        accessSize(width, count, "Trying to write more than 64 bits into IO_MAPPED memory once.");
     uint64_t value = 0;
     std::memcpy(&value, source, size);
 
-    int result;
-    if (socketIsZero()) {
-        setLastError("Invalid socket");
-        result = -1;
-    } else {
-        result = sendMemoryMessage(where.address, &value, unsigned(size), AGENT_OP_WRITE);
-        if (result < 0)
-            setLastError("Failed to send a request");
-        else
-            result = receiveStatus();
-    }
+    int result = exchange(
+        [&] { return sendMemoryMessage(where.address, &value, unsigned(size), AGENT_OP_WRITE); },
+        "Failed to send a request", [] { return receiveStatus(); });
     if (result != 0)
         throw Exception(SOURCE, LINE_WRITE_MEMORY,
                         "Cannot write address " + hexAddress(where.address) +
@@ -373,24 +389,14 @@ bool TaProcessLTA::readMemory(const ExtAddress& where, uint64_t width, uint32_t 
                               void* destination) {
     if (!destination) return false;
     connect();
-    uint64_t size = width * count;
-    if (size > MAX_ACCESS_BYTES) {
-        RQ7_LOG(logLta, LOG_WARNING, "Trying to read more than 64 bits into IO_MAPPED memory once.");
-        size = MAX_ACCESS_BYTES;
-    }
+    uint64_t size =
+        accessSize(width, count, "Trying to read more than 64 bits into IO_MAPPED memory once.");
     uint64_t value = 0;
-    int result;
-    if (socketIsZero()) {
-        setLastError("Invalid socket");
-        result = -1;
-    } else {
-        const uint64_t zero = 0;
-        result = sendMemoryMessage(where.address, &zero, unsigned(size), AGENT_OP_READ);
-        if (result < 0)
-            setLastError("Failed to send a message !");
-        else
-            result = receiveReadReply(AGENT_MSG_MEMORY, offsetof(agent_mem_message, value), &value);
-    }
+    const uint64_t zero = 0;
+    int result = exchange(
+        [&] { return sendMemoryMessage(where.address, &zero, unsigned(size), AGENT_OP_READ); },
+        "Failed to send a message !",
+        [&] { return receiveReadReply(AGENT_MSG_MEMORY, offsetof(agent_mem_message, value), &value); });
     // The low bytes of the value, also after a failure (then zero).
     std::memcpy(destination, &value, size);
     if (result != 0)
@@ -404,25 +410,12 @@ bool TaProcessLTA::writeRegister(const std::string& name, uint64_t width, uint32
                                  void* source) {
     if (!source) return false;
     connect();
-    uint64_t size = width * count;
-    if (size > MAX_ACCESS_BYTES) {
-        RQ7_LOG(logLta, LOG_WARNING, "Attempt to write more than 64 bits into a register.");
-        size = MAX_ACCESS_BYTES;
-    }
+    uint64_t size = accessSize(width, count, "Attempt to write more than 64 bits into a register.");
     uint64_t value = 0;
     std::memcpy(&value, source, size);
 
-    int result;
-    if (socketIsZero()) {
-        setLastError("Invalid socket");
-        result = -1;
-    } else {
-        result = sendRegisterMessage(name.c_str(), &value, AGENT_OP_WRITE);
-        if (result < 0)
-            setLastError("Failed to send a request");
-        else
-            result = receiveStatus();
-    }
+    int result = exchange([&] { return sendRegisterMessage(name.c_str(), &value, AGENT_OP_WRITE); },
+                          "Failed to send a request", [] { return receiveStatus(); });
     if (result != 0)
         throw Exception(SOURCE, LINE_WRITE_REGISTER, "Cannot write register " + name);
     return true;

@@ -175,17 +175,18 @@ protected:
     std::string value;
 };
 
-// ---- Integers and addresses --------------------------------------------------
+// ---- Ranged kinds: integers, addresses, float and double ----------------------
 
-template <AttributeKind K, class Base, bool Editable>
-class AttributeFields<K, Base, Editable, AttributeShape::Integer> : public AttributeCore<Base, Editable> {
+// value, min and max. The bounds of a plain attribute are read without the
+// lock; its value only when LockedValue is false (plain integers).
+template <AttributeKind K, class Base, bool Editable, bool LockedValue>
+class RangedFields : public AttributeCore<Base, Editable> {
 public:
     typedef AttributeKindTraits<K> Traits;
     typedef typename Traits::value_type value_type;
 
-    // Plain integer attributes read their fields without the lock.
     value_type getValue() const override {
-        attribute_detail::OptionalGuard g(this->lock, Editable);
+        attribute_detail::OptionalGuard g(this->lock, LockedValue);
         return value;
     }
     void setValue(value_type v) override {
@@ -216,14 +217,14 @@ public:
 
 protected:
     using AttributeCore<Base, Editable>::AttributeCore;
-    void copyFieldsFrom(const AttributeFields& o) {
-        attribute_detail::Guard g(o.lock);
+    // Caller holds o.lock.
+    void copyRangeFrom(const RangedFields& o) {
         this->copyCoreFrom(o);
         value = o.value;
         min = o.min;
         max = o.max;
     }
-    void readThrough(const typename Traits::Interface& s) {
+    void readRangeThrough(const typename Traits::Interface& s) {
         this->readCoreThrough(s);
         value = s.getValue();
         min = s.getMinValue();
@@ -235,84 +236,60 @@ protected:
     value_type max = Traits::maxSentinel();
 };
 
-// ---- Float and double ----------------------------------------------------
-
+// Plain integer attributes read their fields without the lock.
 template <AttributeKind K, class Base, bool Editable>
-class AttributeFields<K, Base, Editable, AttributeShape::Real> : public AttributeCore<Base, Editable> {
-public:
-    typedef AttributeKindTraits<K> Traits;
-    typedef typename Traits::value_type value_type;
+class AttributeFields<K, Base, Editable, AttributeShape::Integer> : public RangedFields<K, Base, Editable, Editable> {
+    typedef RangedFields<K, Base, Editable, Editable> Ranged;
 
-    value_type getValue() const override {
-        attribute_detail::Guard g(this->lock);
-        return value;
+protected:
+    using Ranged::Ranged;
+    void copyFieldsFrom(const AttributeFields& o) {
+        attribute_detail::Guard g(o.lock);
+        this->copyRangeFrom(o);
     }
-    void setValue(value_type v) override {
-        {
-            attribute_detail::Guard g(this->lock);
-            value = v;
-        }
-        this->afterSet();
-    }
-    value_type getMinValue() const override {
-        attribute_detail::OptionalGuard g(this->lock, Editable);
-        return min;
-    }
+    void readThrough(const typename Ranged::Traits::Interface& s) { this->readRangeThrough(s); }
+};
+
+// Float and double always lock for their value and add the inclusive flags.
+template <AttributeKind K, class Base, bool Editable>
+class AttributeFields<K, Base, Editable, AttributeShape::Real> : public RangedFields<K, Base, Editable, true> {
+    typedef RangedFields<K, Base, Editable, true> Ranged;
+
+public:
+    typedef typename Ranged::Traits Traits;
+
     bool isMinInclusive() const override {
         attribute_detail::OptionalGuard g(this->lock, Editable);
         return minInclusive;
-    }
-    value_type getMaxValue() const override {
-        attribute_detail::OptionalGuard g(this->lock, Editable);
-        return max;
     }
     bool isMaxInclusive() const override {
         attribute_detail::OptionalGuard g(this->lock, Editable);
         return maxInclusive;
     }
-    void setMinValue(value_type v) {
-        attribute_detail::Guard g(this->lock);
-        min = v;
-    }
     void setMinInclusive(bool v) {
         attribute_detail::Guard g(this->lock);
         minInclusive = v;
-    }
-    void setMaxValue(value_type v) {
-        attribute_detail::Guard g(this->lock);
-        max = v;
     }
     void setMaxInclusive(bool v) {
         attribute_detail::Guard g(this->lock);
         maxInclusive = v;
     }
-    value_type currentValue() const { return getValue(); }
-    void assignValue(const value_type& v) { setValue(v); }
 
 protected:
-    using AttributeCore<Base, Editable>::AttributeCore;
+    using Ranged::Ranged;
     void copyFieldsFrom(const AttributeFields& o) {
         attribute_detail::Guard g(o.lock);
-        this->copyCoreFrom(o);
-        value = o.value;
-        min = o.min;
+        this->copyRangeFrom(o);
         minInclusive = o.minInclusive;
-        max = o.max;
         maxInclusive = o.maxInclusive;
     }
     void readThrough(const typename Traits::Interface& s) {
-        this->readCoreThrough(s);
-        value = s.getValue();
-        min = s.getMinValue();
+        this->readRangeThrough(s);
         minInclusive = s.isMinInclusive();
-        max = s.getMaxValue();
         maxInclusive = s.isMaxInclusive();
     }
 
-    value_type value = 0;
-    value_type min = Traits::minSentinel();
     bool minInclusive = Traits::minInclusiveSentinel();
-    value_type max = Traits::maxSentinel();
     bool maxInclusive = Traits::maxInclusiveSentinel();
 };
 

@@ -4,10 +4,7 @@
 // Like Vector, lookups return copies of the mapped values, and the listing
 // operations return snapshots made under the lock. begin()/end() are
 // unguarded; use them on a copy you own, or hold mutex() yourself.
-#include <boost/make_shared.hpp>
-#include <boost/shared_ptr.hpp>
-#include <boost/thread/locks.hpp>
-#include <boost/thread/recursive_mutex.hpp>
+#include "common/src/LockedContainer.h"
 
 #include <map>
 #include <utility>
@@ -16,29 +13,20 @@
 namespace quorl {
 
 template <class K, class V>
-class Map {
+class Map : public LockedContainer<Map<K, V>, std::map<K, V>> {
+    typedef LockedContainer<Map<K, V>, std::map<K, V>> Base;
+    typedef typename Base::Guard Guard;
+    using Base::items_;
+    using Base::mutex_;
+
 public:
     typedef K key_type;
     typedef V mapped_type;
-    typedef std::map<K, V> container_type;
-    typedef typename container_type::size_type size_type;
-    typedef typename container_type::iterator iterator;
-    typedef typename container_type::const_iterator const_iterator;
+    typedef typename Base::container_type container_type;
 
     Map() = default;
-    explicit Map(container_type items) : items_(std::move(items)) {}
-    Map(const Map& other) : items_(other.snapshot()) {}
-    Map& operator=(const Map& other) {
-        if (this != &other) {
-            container_type copy = other.snapshot();
-            Guard g(mutex_);
-            items_.swap(copy);
-        }
-        return *this;
-    }
+    explicit Map(container_type items) : Base(std::move(items)) {}
 
-    size_type size() const { Guard g(mutex_); return items_.size(); }
-    bool empty() const { Guard g(mutex_); return items_.empty(); }
     bool contains(const K& key) const { Guard g(mutex_); return items_.count(key) != 0; }
 
     // The value under key, or a value-initialised V (a null pointer for
@@ -66,7 +54,6 @@ public:
     void set(const K& key, const V& value) { Guard g(mutex_); items_[key] = value; }
     // Removes key; false if it was not there.
     bool erase(const K& key) { Guard g(mutex_); return items_.erase(key) != 0; }
-    void clear() { Guard g(mutex_); items_.clear(); }
 
     // Values and keys in ascending key order.
     std::vector<V> values() const {
@@ -89,21 +76,6 @@ public:
         Guard g(mutex_);
         for (const auto& kv : items_) f(kv.first, kv.second);
     }
-
-    container_type snapshot() const { Guard g(mutex_); return items_; }
-    boost::shared_ptr<Map> copy() const { return boost::make_shared<Map>(snapshot()); }
-
-    boost::recursive_mutex& mutex() const { return mutex_; }
-
-    iterator begin() { return items_.begin(); }
-    iterator end() { return items_.end(); }
-    const_iterator begin() const { return items_.begin(); }
-    const_iterator end() const { return items_.end(); }
-
-private:
-    typedef boost::lock_guard<boost::recursive_mutex> Guard;
-    mutable boost::recursive_mutex mutex_;
-    container_type items_;
 };
 
 }  // namespace quorl

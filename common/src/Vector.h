@@ -6,10 +6,7 @@
 // access returns copies, never references into the guarded storage.
 // begin()/end() are unguarded; use them on a snapshot you own, or hold
 // mutex() yourself.
-#include <boost/make_shared.hpp>
-#include <boost/shared_ptr.hpp>
-#include <boost/thread/locks.hpp>
-#include <boost/thread/recursive_mutex.hpp>
+#include "common/src/LockedContainer.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -21,30 +18,20 @@
 namespace quorl {
 
 template <class T>
-class Vector {
+class Vector : public LockedContainer<Vector<T>, std::vector<T>> {
+    typedef LockedContainer<Vector<T>, std::vector<T>> Base;
+    typedef typename Base::Guard Guard;
+    using Base::items_;
+    using Base::mutex_;
+
 public:
     typedef T value_type;
-    typedef std::vector<T> container_type;
-    typedef typename container_type::size_type size_type;
-    typedef typename container_type::iterator iterator;
-    typedef typename container_type::const_iterator const_iterator;
+    typedef typename Base::container_type container_type;
+    typedef typename Base::size_type size_type;
 
     Vector() = default;
-    explicit Vector(container_type items) : items_(std::move(items)) {}
-    Vector(std::initializer_list<T> items) : items_(items) {}
-    // Copies under the source's lock; the new object has a lock of its own.
-    Vector(const Vector& other) : items_(other.snapshot()) {}
-    Vector& operator=(const Vector& other) {
-        if (this != &other) {
-            container_type copy = other.snapshot();
-            Guard g(mutex_);
-            items_.swap(copy);
-        }
-        return *this;
-    }
-
-    size_type size() const { Guard g(mutex_); return items_.size(); }
-    bool empty() const { Guard g(mutex_); return items_.empty(); }
+    explicit Vector(container_type items) : Base(std::move(items)) {}
+    Vector(std::initializer_list<T> items) : Base(container_type(items)) {}
 
     // Bounds-checked copy of one element; throws std::out_of_range.
     T at(size_type index) const { Guard g(mutex_); return items_.at(index); }
@@ -59,7 +46,6 @@ public:
     void reserve(size_t n) { Guard g(mutex_); items_.reserve(n); }
     void push_back(const T& item) { Guard g(mutex_); items_.push_back(item); }
     void push_back(T&& item) { Guard g(mutex_); items_.push_back(std::move(item)); }
-    void clear() { Guard g(mutex_); items_.clear(); }
     void assign(container_type items) { Guard g(mutex_); items_.swap(items); }
     void set(size_type index, const T& item) { Guard g(mutex_); items_.at(index) = item; }
     // Inserts before index (index == size() appends).
@@ -105,24 +91,6 @@ public:
         Guard g(mutex_);
         for (const T& item : items_) f(item);
     }
-
-    // Copy of the contents, made under the lock.
-    container_type snapshot() const { Guard g(mutex_); return items_; }
-    // A new shared Vector holding a copy of the contents.
-    boost::shared_ptr<Vector> copy() const { return boost::make_shared<Vector>(snapshot()); }
-
-    boost::recursive_mutex& mutex() const { return mutex_; }
-
-    // Unguarded iteration (snapshots, or with mutex() held).
-    iterator begin() { return items_.begin(); }
-    iterator end() { return items_.end(); }
-    const_iterator begin() const { return items_.begin(); }
-    const_iterator end() const { return items_.end(); }
-
-private:
-    typedef boost::lock_guard<boost::recursive_mutex> Guard;
-    mutable boost::recursive_mutex mutex_;
-    container_type items_;
 };
 
 }  // namespace quorl

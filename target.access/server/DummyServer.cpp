@@ -39,6 +39,35 @@ uint64_t loadBytes(const uint8_t* data, size_t size) {
     return v;
 }
 
+// The trace line of a register-sized access; op is padded to the column.
+void traceWord(const char* op, uint64_t address, uint64_t shown, unsigned width) {
+    if (width == 4)
+        trace("%s 0x%" PRIx64 " data=0x%08" PRIx32 " length=0x%x\n", op, address,
+              static_cast<uint32_t>(shown), 4u);
+    else
+        trace("%s 0x%" PRIx64 " data=0x%08" PRIx64 " length=0x%x\n", op, address, shown, width);
+}
+
+// The trace line of a block access: the value shows as many digits as the
+// access is wide; other sizes leave no line.
+void traceBlock(const char* op, uint64_t address, uint64_t size, uint64_t v) {
+    switch (size) {
+        case 1:
+            trace("%s 0x%" PRIx64 " data=0x%x length=0x%" PRIx64 "\n", op, address, unsigned(v), size);
+            break;
+        case 2:
+            trace("%s 0x%" PRIx64 " data=0x%04x length=0x%" PRIx64 "\n", op, address, unsigned(v), size);
+            break;
+        case 4:
+            trace("%s 0x%" PRIx64 " data=0x%08" PRIx32 " length=0x%" PRIx64 "\n", op, address, uint32_t(v),
+                  size);
+            break;
+        case 8:
+            trace("%s 0x%" PRIx64 " data=0x%016" PRIx64 " length=0x%" PRIx64 "\n", op, address, v, size);
+            break;
+    }
+}
+
 void replaceRegisterName(const char* name) {
     std::free(loggerAgentState.lastRegisterName);
     loggerAgentState.lastRegisterName = name ? strdup(name) : nullptr;
@@ -68,11 +97,7 @@ int write_mem(uint64_t address, uint64_t value, unsigned width) {
     loggerAgentState.lastValue = value & mask;
     loggerAgentState.lastAddress = address;
     loggerAgentState.lastWidth = static_cast<uint8_t>(width);
-    if (width == 4)
-        trace("write_mem 0x%" PRIx64 " data=0x%08" PRIx32 " length=0x%x\n", address,
-              static_cast<uint32_t>(value), 4u);
-    else
-        trace("write_mem 0x%" PRIx64 " data=0x%08" PRIx64 " length=0x%x\n", address, value, width);
+    traceWord("write_mem", address, value, width);
     return 0;
 }
 
@@ -81,12 +106,7 @@ int read_mem(uint64_t address, uint64_t* value, unsigned width) {
     *value = loggerAgentState.lastValue;
     loggerAgentState.lastAddress = address;
     loggerAgentState.lastWidth = static_cast<uint8_t>(width);
-    if (width == 4)
-        trace("read_mem  0x%" PRIx64 " data=0x%08" PRIx32 " length=0x%x\n", address,
-              static_cast<uint32_t>(requested), 4u);
-    else
-        trace("read_mem  0x%" PRIx64 " data=0x%08" PRIx64 " length=0x%x\n", address, requested,
-              width);
+    traceWord("read_mem ", address, requested, width);
     return 0;
 }
 
@@ -123,25 +143,7 @@ int ddr_write(uint64_t address, uint64_t size, uint8_t* data) {
     const size_t n = static_cast<size_t>(std::min<uint64_t>(size, sizeof loggerAgentState.block));
     std::memcpy(loggerAgentState.block, data, n);
     loggerAgentState.blockLength = n;
-    const uint64_t v = loadBytes(data, n);
-    switch (size) {
-        case 1:
-            trace("write_mem 0x%" PRIx64 " data=0x%x length=0x%" PRIx64 "\n", address,
-                  unsigned(v), size);
-            break;
-        case 2:
-            trace("write_mem 0x%" PRIx64 " data=0x%04x length=0x%" PRIx64 "\n", address,
-                  unsigned(v), size);
-            break;
-        case 4:
-            trace("write_mem 0x%" PRIx64 " data=0x%08" PRIx32 " length=0x%" PRIx64 "\n", address,
-                  uint32_t(v), size);
-            break;
-        case 8:
-            trace("write_mem 0x%" PRIx64 " data=0x%016" PRIx64 " length=0x%" PRIx64 "\n", address,
-                  v, size);
-            break;
-    }
+    traceBlock("write_mem", address, size, loadBytes(data, n));
     return 0;
 }
 
@@ -152,25 +154,8 @@ int ddr_read(uint64_t address, uint64_t size, uint8_t* data) {
     const size_t n = static_cast<size_t>(std::min<uint64_t>(size, sizeof loggerAgentState.block));
     std::memcpy(data, loggerAgentState.block, n);
     if (size > n) std::memset(data + n, 0, static_cast<size_t>(size - n));
-    const uint64_t v = loadBytes(data, n);
-    switch (size) {
-        case 1:
-            trace("read_mem 0x%" PRIx64 " data=0x%x length=0x%" PRIx64 "\n", address, unsigned(v),
-                  size);
-            break;
-        case 2:
-            trace("read_mem 0x%" PRIx64 " data=0x%04x length=0x%" PRIx64 "\n", address,
-                  unsigned(v), size);
-            break;
-        case 4:
-            trace("read_mem 0x%" PRIx64 " data=0x%08" PRIx32 " length=0x%" PRIx64 "\n", address,
-                  uint32_t(v), size);
-            break;
-        case 8:  // says write_mem on a read; readers of the trace rely on it
-            trace("write_mem 0x%" PRIx64 " data=0x%016" PRIx64 " length=0x%" PRIx64 "\n", address,
-                  v, size);
-            break;
-    }
+    // An 8-byte read says write_mem; readers of the trace rely on it.
+    traceBlock(size == 8 ? "write_mem" : "read_mem", address, size, loadBytes(data, n));
     return 0;
 }
 
