@@ -737,6 +737,19 @@ namespace {
 bool is_quote(int c) { return c == '"' || c == '\''; }
 }  // namespace
 
+// Skips a quoted literal up to its closing quote; the end of input is fatal.
+bool c_dtd_util::skip_quoted(int quote) {
+    int c;
+    do {
+        c = get();
+    } while (c >= 0 && c != quote);
+    if (c < 0) {
+        m_in.report(et_fatal, e_unexpected_end, "Unexpected end of file");
+        return false;
+    }
+    return true;
+}
+
 bool c_dtd_util::skip_to_gt(bool quoted_aware) {
     for (;;) {
         int c = get();
@@ -746,14 +759,7 @@ bool c_dtd_util::skip_to_gt(bool quoted_aware) {
         }
         if (c == '>') return true;
         if (quoted_aware && is_quote(c)) {
-            int q = c;
-            do {
-                c = get();
-            } while (c >= 0 && c != q);
-            if (c < 0) {
-                m_in.report(et_fatal, e_unexpected_end, "Unexpected end of file");
-                return false;
-            }
+            if (!skip_quoted(c)) return false;
         }
     }
 }
@@ -769,14 +775,7 @@ bool c_dtd_util::parse() {
         if (c == '>') return true;
         if (c == '[') break;
         if (is_quote(c)) {
-            int q = c;
-            do {
-                c = get();
-            } while (c >= 0 && c != q);
-            if (c < 0) {
-                m_in.report(et_fatal, e_unexpected_end, "Unexpected end of file");
-                return false;
-            }
+            if (!skip_quoted(c)) return false;
         }
     }
     std::string keyword;

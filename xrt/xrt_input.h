@@ -351,6 +351,7 @@ public:
 private:
     bool parse_entity();
     bool parse_parameter_reference();
+    bool skip_quoted(int quote);
     bool read_entity_value(int quote, std::string& value);
     bool skip_to_gt(bool quoted_aware);
     c_get_for_xml& m_in;
