@@ -1,0 +1,106 @@
+# Install layout and the Debian package.
+#
+# Executables go to bin; the XML runtime (a shared library that no other
+# package uses) to a private folder under the lib dir, found through a
+# RUNPATH relative to the executable, so an installed tree works wherever it
+# is unpacked and never reaches back into the build folder.
+include(GNUInstallDirs)
+
+# Under the multiarch folder where there is one, as Debian places private
+# libraries (and so outside the folders that ldconfig scans).
+if(CMAKE_LIBRARY_ARCHITECTURE)
+  set(RQ7_PRIVATE_LIBDIR "lib/${CMAKE_LIBRARY_ARCHITECTURE}/rq7-config")
+else()
+  set(RQ7_PRIVATE_LIBDIR "${CMAKE_INSTALL_LIBDIR}/rq7-config")
+endif()
+set(RQ7_DOCDIR "${CMAKE_INSTALL_DATADIR}/doc/rq7-config")
+
+# Runs before the targets are created, so every executable gets this RUNPATH
+# when it is installed (the build tree keeps its own absolute one).
+macro(rq7_install_rpath)
+  file(RELATIVE_PATH _rq7_rel "/p/${CMAKE_INSTALL_BINDIR}" "/p/${RQ7_PRIVATE_LIBDIR}")
+  set(CMAKE_INSTALL_RPATH "$ORIGIN/${_rq7_rel}")
+  set(CMAKE_INSTALL_RPATH_USE_LINK_PATH OFF)
+endmacro()
+
+function(rq7_install)
+  install(TARGETS rq7.config gta-sim RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+  if(TARGET rq7)
+    install(TARGETS rq7 RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+  endif()
+  # The library itself needs no search path of its own.
+  set_target_properties(rq7_xrt PROPERTIES INSTALL_RPATH "")
+  install(TARGETS rq7_xrt LIBRARY DESTINATION ${RQ7_PRIVATE_LIBDIR})
+
+  # Man pages, compressed without a time stamp so the package is reproducible.
+  set(man_src ${PROJECT_SOURCE_DIR}/docs/man)
+  set(man_pages rq7.config.1 gta-sim.1 rq7-config.xml.5)
+  if(TARGET rq7)
+    list(APPEND man_pages rq7.1)
+  endif()
+  set(man_gz)
+  foreach(page ${man_pages})
+    set(out ${PROJECT_BINARY_DIR}/man/${page}.gz)
+    add_custom_command(OUTPUT ${out}
+      COMMAND ${CMAKE_COMMAND} -E make_directory ${PROJECT_BINARY_DIR}/man
+      COMMAND gzip -9 -n -c ${man_src}/${page} > ${out}
+      DEPENDS ${man_src}/${page} VERBATIM)
+    list(APPEND man_gz ${out})
+    string(REGEX REPLACE ".*\\.([0-9])$" "\\1" section ${page})
+    install(FILES ${out} DESTINATION ${CMAKE_INSTALL_MANDIR}/man${section})
+  endforeach()
+  add_custom_target(rq7_man ALL DEPENDS ${man_gz})
+
+  # One completion script serves every command; bash-completion loads it by
+  # the command's name.
+  set(completion_cmds rq7.config gta-sim)
+  if(TARGET rq7)
+    list(APPEND completion_cmds rq7)
+  endif()
+  foreach(cmd ${completion_cmds})
+    install(FILES ${PROJECT_SOURCE_DIR}/dist/bash-completion/rq7
+            DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
+            RENAME ${cmd})
+  endforeach()
+
+  install(FILES ${PROJECT_SOURCE_DIR}/examples/README.md
+                ${PROJECT_SOURCE_DIR}/examples/ka7710x_logger.xml
+                ${PROJECT_SOURCE_DIR}/examples/ka7710x_gta.xml
+                ${PROJECT_SOURCE_DIR}/examples/minimal_logger.xml
+                ${PROJECT_SOURCE_DIR}/tools/gta-sim/ka7710x.image
+          DESTINATION ${RQ7_DOCDIR}/examples)
+  install(FILES ${PROJECT_SOURCE_DIR}/dist/debian/copyright DESTINATION ${RQ7_DOCDIR})
+  set(changelog ${PROJECT_BINARY_DIR}/changelog.gz)
+  add_custom_command(OUTPUT ${changelog}
+    COMMAND gzip -9 -n -c ${PROJECT_SOURCE_DIR}/dist/debian/changelog > ${changelog}
+    DEPENDS ${PROJECT_SOURCE_DIR}/dist/debian/changelog VERBATIM)
+  add_custom_target(rq7_changelog ALL DEPENDS ${changelog})
+  install(FILES ${changelog} DESTINATION ${RQ7_DOCDIR})
+
+  # The Debian package: cmake --build build --target package.
+  set(CPACK_GENERATOR DEB)
+  set(CPACK_PACKAGE_NAME rq7-config)
+  set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
+  set(CPACK_PACKAGE_CONTACT "rq7.config maintainers <maintainers@users.noreply.c-seed-1192860d.example>")
+  set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "trace hardware set-up for systems-on-chip")
+  set(CPACK_PACKAGE_DESCRIPTION
+"rq7.config reads one XML configuration file, connects to the target (a
+dry-run Logger that prints every register access, or a debug server over
+the GDB remote serial framing) and programs the trace hardware: ETMv4 core
+trace units, STM, NoC probes and observers, funnels and trace memory
+controllers.
+
+The package also holds gta-sim, a debug server for runs without hardware,
+and, when built, the rq7 companion command.")
+  set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+  set(CPACK_DEBIAN_PACKAGE_SECTION devel)
+  set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
+  set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+  set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_BINARY_DIR}/xrt)
+  set(CPACK_STRIP_FILES ON)
+  set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
+  set(CPACK_INSTALL_PREFIX /usr)
+  set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+  set(CPACK_PACKAGE_DIRECTORY ${PROJECT_BINARY_DIR}/package)
+  include(CPack)
+endfunction()
