@@ -19,9 +19,9 @@ complete_line() {
   COMP_LINE=$line
   COMP_POINT=${#line}
   COMPREPLY=()
-  local spec
-  spec=$(complete -p "${COMP_WORDS[0]}")
-  local fn=${spec#*-F }
+  local registered
+  registered=$(complete -p "${COMP_WORDS[0]}")
+  local fn=${registered#*-F }
   fn=${fn%% *}
   "$fn" "${COMP_WORDS[0]}" "${COMP_WORDS[COMP_CWORD]}" "${COMP_WORDS[COMP_CWORD - 1]}"
   printf '%s\n' "${COMPREPLY[@]}" | sort | tr '\n' ' ' | sed 's/ $//'
