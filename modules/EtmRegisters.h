@@ -210,6 +210,7 @@ inline constexpr Field TRCCIDCCTLR_COMP0{"COMP0", 0, 8};
 inline constexpr Field TRCCIDCCTLR_COMP1{"COMP1", 8, 8};
 inline constexpr Field TRCCIDCCTLR_COMP2{"COMP2", 16, 8};
 inline constexpr Field TRCCIDCCTLR_COMP3{"COMP3", 24, 8};
+inline constexpr Field TRCVMIDCCTLR_COMP0 = TRCCIDCCTLR_COMP0;
 inline constexpr uint32_t COMP_MASK_BYTE0 = 1u << 0;
 
 // TRCACATRn fields; CONTEXTTYPE 1 matches the context ID, 2 the VMID.
@@ -278,11 +279,6 @@ inline constexpr Field TRCIDR11_NUMP1SPC{"NUMP1SPC", 0, 32, FA::ReadOnly};
 inline constexpr Field TRCIDR12_NUMCONDKEY{"NUMCONDKEY", 0, 32, FA::ReadOnly};
 inline constexpr Field TRCIDR13_NUMCONDSPC{"NUMCONDSPC", 0, 32, FA::ReadOnly};
 
-inline constexpr Field TRCAUTHSTATUS_NSID{"NSID", 0, 2, FA::ReadOnly};
-inline constexpr Field TRCAUTHSTATUS_NSNID{"NSNID", 2, 2, FA::ReadOnly};
-inline constexpr Field TRCAUTHSTATUS_SID{"SID", 4, 2, FA::ReadOnly};
-inline constexpr Field TRCAUTHSTATUS_SNID{"SNID", 6, 2, FA::ReadOnly};
-
 inline constexpr Field TRCDEVARCH_ARCHID{"ARCHID", 0, 16, FA::ReadOnly};
 inline constexpr Field TRCDEVARCH_REVISION{"REVISION", 16, 4, FA::ReadOnly};
 inline constexpr Field TRCDEVARCH_PRESENT{"PRESENT", 20, 1, FA::ReadOnly};
@@ -325,8 +321,6 @@ inline constexpr Field TRCIDR10_FIELDS[] = {TRCIDR10_NUMP1KEY};
 inline constexpr Field TRCIDR11_FIELDS[] = {TRCIDR11_NUMP1SPC};
 inline constexpr Field TRCIDR12_FIELDS[] = {TRCIDR12_NUMCONDKEY};
 inline constexpr Field TRCIDR13_FIELDS[] = {TRCIDR13_NUMCONDSPC};
-inline constexpr Field TRCAUTHSTATUS_FIELDS[] = {TRCAUTHSTATUS_NSID, TRCAUTHSTATUS_NSNID, TRCAUTHSTATUS_SID,
-    TRCAUTHSTATUS_SNID};
 inline constexpr Field TRCDEVARCH_FIELDS[] = {TRCDEVARCH_ARCHID, TRCDEVARCH_REVISION, TRCDEVARCH_PRESENT,
     TRCDEVARCH_ARCHITECT};
 
@@ -359,7 +353,7 @@ inline constexpr RegisterFields registerFields[] = {
     {"ETM_TRCIDR11",      TRCIDR11_FIELDS},
     {"ETM_TRCIDR12",      TRCIDR12_FIELDS},
     {"ETM_TRCIDR13",      TRCIDR13_FIELDS},
-    {"ETM_TRCAUTHSTATUS", TRCAUTHSTATUS_FIELDS},
+    {"ETM_TRCAUTHSTATUS", AUTHSTATUS_FIELDS},
     {"ETM_TRCDEVARCH",    TRCDEVARCH_FIELDS},
 };
 // clang-format on
