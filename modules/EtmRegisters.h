@@ -155,6 +155,7 @@ inline constexpr ArrayDef TRCACATR = {"ETM_TRCACATR", 0x480, 64, 16};     // add
 // ---- fields -----------------------------------------------------------------
 using FA = FieldAccess;
 
+inline constexpr Field TRCOSLAR_OSLK{"OSLK", 0, 1, FieldAccess::WriteOnly};
 inline constexpr uint32_t TRCOSLAR_UNLOCKED = 0;  // OSLK clear
 
 inline constexpr Field TRCPRGCTLR_EN{"EN", 0, 1};
@@ -176,6 +177,14 @@ inline constexpr uint32_t INSTP0_LOAD_STORE = 3;
 // Resource selector 1 is always TRUE; an EVENT field holding 1 fires always.
 inline constexpr uint32_t EVENT_ALWAYS = 1;
 inline constexpr uint32_t EVENT_NONE = 0;
+
+// TRCEVENTCTL0R: four event selectors; TRCEVENTCTL1R: which of them insert
+// event elements, and the ATB trigger.
+inline constexpr Field TRCEVENTCTL0R_EVENT[] = {{"EVENT0", 0, 8}, {"EVENT1", 8, 8}, {"EVENT2", 16, 8},
+                                                {"EVENT3", 24, 8}};
+inline constexpr Field TRCEVENTCTL1R_INSTEN{"INSTEN", 0, 4};
+inline constexpr Field TRCEVENTCTL1R_ATB{"ATB", 11, 1};
+inline constexpr Field TRCEVENTCTL1R_LPOVERRIDE{"LPOVERRIDE", 12, 1};
 
 inline constexpr Field TRCSYNCPR_PERIOD{"PERIOD", 0, 5};
 inline constexpr uint32_t SYNC_PERIOD_1KB = 10;  // a sync every 2^10 bytes of trace
@@ -286,6 +295,8 @@ inline constexpr Field TRCDEVARCH_ARCHITECT{"ARCHITECT", 21, 11, FA::ReadOnly};
 
 // clang-format off
 inline constexpr Field TRCPRGCTLR_FIELDS[] = {TRCPRGCTLR_EN};
+inline constexpr Field TRCOSLAR_FIELDS[] = {TRCOSLAR_OSLK};
+inline constexpr Field TRCEVENTCTL1R_FIELDS[] = {TRCEVENTCTL1R_INSTEN, TRCEVENTCTL1R_ATB, TRCEVENTCTL1R_LPOVERRIDE};
 inline constexpr Field TRCCONFIGR_FIELDS[] = {TRCCONFIGR_INSTP0, TRCCONFIGR_BB, TRCCONFIGR_CCI, TRCCONFIGR_CID,
     TRCCONFIGR_VMID, TRCCONFIGR_COND, TRCCONFIGR_TS, TRCCONFIGR_RS, TRCCONFIGR_QE, TRCCONFIGR_VMIDOPT,
     TRCCONFIGR_DA, TRCCONFIGR_DV};
@@ -326,7 +337,10 @@ inline constexpr Field TRCDEVARCH_FIELDS[] = {TRCDEVARCH_ARCHID, TRCDEVARCH_REVI
 
 inline constexpr RegisterFields registerFields[] = {
     {"ETM_TRCLAR",        LAR_FIELDS},
+    {"ETM_TRCOSLAR",      TRCOSLAR_FIELDS},
     {"ETM_TRCPRGCTLR",    TRCPRGCTLR_FIELDS},
+    {"ETM_TRCEVENTCTL0R", TRCEVENTCTL0R_EVENT},
+    {"ETM_TRCEVENTCTL1R", TRCEVENTCTL1R_FIELDS},
     {"ETM_TRCCONFIGR",    TRCCONFIGR_FIELDS},
     {"ETM_TRCSYNCPR",     TRCSYNCPR_FIELDS},
     {"ETM_TRCCCCTLR",     TRCCCCTLR_FIELDS},
