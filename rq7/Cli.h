@@ -14,8 +14,10 @@ namespace rq7 {
 // Entry functions: `args` are the words after the subcommand's name. They
 // return the exit status and throw UsageError for a bad command line.
 int planCommand(const std::vector<std::string>& args);
+int diffCommand(const std::vector<std::string>& args);
 
 extern const char* const planHelp;
+extern const char* const diffHelp;
 
 struct Subcommand {
     const char* name;
