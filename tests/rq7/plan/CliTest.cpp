@@ -64,6 +64,7 @@ INSTANTIATE_TEST_SUITE_P(
         CliCase{"PlanMissingFile", {"plan", "@none.xml"}, 2, "", "none.xml: cannot open: No such file"},
         CliCase{"PlanNotXml", {"plan", "@text.xml"}, 2, "", "text.xml: not a valid configuration file (XML error"},
         CliCase{"PlanWrongRoot", {"plan", "@root.xml"}, 2, "", "root.xml: not a valid configuration file"},
+        CliCase{"PlanDirectory", {"plan", "@"}, 2, "", ": is a directory"},
         CliCase{"PlanWrongExtension", {"plan", "@good.txt"}, 2, "", "must end in .xml"},
         CliCase{"PlanMissingImage", {"plan", "@good.xml", "--image", "@none.image"}, 2, "", "none.image: cannot open"},
         CliCase{"PlanBadImage", {"plan", "@good.xml", "--image", "@text.xml"}, 2, "", "text.xml:1"},
