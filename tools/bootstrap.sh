@@ -5,7 +5,8 @@ set -euo pipefail
 pkgs=(g++ cmake ninja-build pkg-config
       libboost-dev libboost-program-options-dev libboost-thread-dev
       libboost-system-dev libboost-filesystem-dev
-      libxml2-dev googletest libgtest-dev libgmock-dev libbenchmark-dev)
+      libxml2-dev googletest libgtest-dev libgmock-dev libbenchmark-dev
+      nlohmann-json3-dev graphviz)
 missing=()
 for p in "${pkgs[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q 'install ok installed' || missing+=("$p")
@@ -15,4 +16,9 @@ if [ ${#missing[@]} -gt 0 ]; then
   export DEBIAN_FRONTEND=noninteractive
   apt-get update -qq
   apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+fi
+# The SARIF Multitool validates rq7 lint's SARIF in the tests; skipped without npm.
+if command -v npm >/dev/null 2>&1 && ! command -v sarif-multitool >/dev/null 2>&1; then
+  echo "bootstrap: installing @microsoft/sarif-multitool"
+  npm install -g --silent @microsoft/sarif-multitool >/dev/null
 fi
