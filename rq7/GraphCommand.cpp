@@ -1,12 +1,12 @@
 // `rq7 graph FILE [-o OUT]`: the trace path as a Graphviz picture. DOT is
 // written here; SVG, PNG and PDF come from Graphviz's `dot` program.
+#include "rq7/Cli.h"
 #include "rq7/Lint.h"
 
 #include "plugin/TraceModuleCreator.h"
 
 #include <boost/filesystem/operations.hpp>
 #include <boost/filesystem/path.hpp>
-#include <boost/program_options.hpp>
 
 #include <spawn.h>
 #include <sys/wait.h>
@@ -107,7 +107,9 @@ std::string formatGraphDot(const std::string& file, const LintReport& report) {
     std::ostringstream os;
     os << "digraph trace {\n"
        << "  rankdir=TB; newrank=true; nodesep=0.25; ranksep=0.45;\n"
-       << "  graph [fontname=\"Helvetica\", fontsize=12, labelloc=t, label=" << quoted("Trace path of " + file)
+       << "  graph [fontname=\"Helvetica\", fontsize=12, labelloc=t, label=" << quoted("Trace path of " + file +
+                                                        "\nsolid green: enabled by a configure run;  dashed grey: left off;  "
+                                                        "red / orange: lint error / warning")
        << "];\n"
        << "  node [fontname=\"Helvetica\", fontsize=10, margin=\"0.12,0.06\"];\n"
        << "  edge [arrowsize=0.7];\n";
@@ -115,6 +117,7 @@ std::string formatGraphDot(const std::string& file, const LintReport& report) {
     for (const TraceNode& n : report.nodes) {
         std::ostringstream label;
         label << "<<b>" << html(n.name) << "</b><br/><font point-size=\"9\">" << role(n.kind);
+        if (n.port >= 0) label << ' ' << n.port << " · priority " << n.portPriority;
         if (n.hasBase) label << " · " << html(n.memorySpace) << ' ' << hex(n.baseAddress);
         if (n.traceId >= 0) label << "<br/>trace ID " << hex(static_cast<uint64_t>(n.traceId), 2);
         if (!n.built) label << "<br/>dropped by TraceLocation";
@@ -202,48 +205,30 @@ int graphCommand(const std::vector<std::string>& args) {
     namespace po = boost::program_options;
     po::options_description options;
     options.add_options()("output,o", po::value<std::string>(), "output file")(
-        "file", po::value<std::string>(), "configuration file")("help,h", "help");
+        "file", po::value<std::string>(), "configuration file");
     po::positional_options_description positional;
     positional.add("file", 1);
-    po::variables_map vm;
-    try {
-        po::store(po::command_line_parser(args).options(options).positional(positional).run(), vm);
-        po::notify(vm);
-    } catch (const po::error& e) {
-        std::cerr << "rq7 graph: " << e.what() << "\n" << graphHelp;
-        return 2;
-    }
-    if (vm.count("help")) {
-        std::cout << graphHelp;
-        return 0;
-    }
-    if (!vm.count("file")) {
-        std::cerr << "rq7 graph: no FILE given\n" << graphHelp;
-        return 2;
-    }
+    const po::variables_map vm = parseArguments(args, options, positional);
+    if (!vm.count("file")) throw UsageError("no configuration FILE given");
     const std::string file = vm["file"].as<std::string>();
     const std::string out = vm.count("output") ? vm["output"].as<std::string>() : std::string();
     std::string format = out.empty() ? "dot" : boost::filesystem::path(out).extension().string();
     if (!format.empty() && format[0] == '.') format.erase(0, 1);
-    if (format != "dot" && format != "svg" && format != "png" && format != "pdf") {
-        std::cerr << "rq7 graph: cannot tell the format of '" << out << "': use .dot, .svg, .png or .pdf\n";
-        return 2;
-    }
+    if (format != "dot" && format != "svg" && format != "png" && format != "pdf")
+        throw UsageError("cannot tell the format of '" + out + "': use .dot, .svg, .png or .pdf");
     boost::system::error_code ignored;
-    if (!out.empty() && boost::filesystem::equivalent(file, out, ignored)) {
-        std::cerr << "rq7 graph: the picture would overwrite the configuration " << file << "\n";
-        return 2;
-    }
+    if (!out.empty() && boost::filesystem::equivalent(file, out, ignored))
+        throw UsageError("the picture would overwrite the configuration " + file);
     const LintReport report = lintConfiguration(file);
     if (!report.loaded) {
         std::cerr << formatFindingsText(file, report);
-        return 2;
+        return EXIT_USAGE;
     }
     const std::string dot = formatGraphDot(file, report);
     if (out.empty()) {
         std::cout << dot;
         std::cout.flush();
-        return 0;
+        return EXIT_OK;
     }
     if (format == "dot") {
         std::ofstream stream(out, std::ios::binary);
@@ -251,16 +236,16 @@ int graphCommand(const std::vector<std::string>& args) {
         stream.close();
         if (!stream) {
             std::cerr << "rq7 graph: cannot write " << out << "\n";
-            return 1;
+            return EXIT_FAIL;
         }
-        return 0;
+        return EXIT_OK;
     }
     const std::string failure = renderWithDot(dot, format, out);
     if (!failure.empty()) {
         std::cerr << "rq7 graph: " << failure << "\n";
-        return 1;
+        return EXIT_FAIL;
     }
-    return 0;
+    return EXIT_OK;
 }
 
 }  // namespace rq7

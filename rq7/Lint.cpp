@@ -1,5 +1,7 @@
 #include "rq7/Lint.h"
 
+#include "rq7/Plan.h"
+
 #include "common/src/ConfigAttribute.h"
 #include "common/src/ConfigBlock.h"
 #include "common/src/Configuration.h"
@@ -76,17 +78,27 @@ std::string hex(uint64_t value) {
     return os.str();
 }
 
-// Module log lines go to stdout; lint's stdout is its findings alone.
-class QuietStdout {
+// The modules' log lines (on stdout, or stderr inside a plan) repeat what
+// the findings say; lint's output is its findings alone.
+// A log channel keeps the buffer it first wrote to, so the sink lives as long as the process.
+class QuietLogs {
 public:
-    QuietStdout() : saved(std::cout.rdbuf(&sink)) {}
-    ~QuietStdout() { std::cout.rdbuf(saved); }
+    QuietLogs() : savedOut(std::cout.rdbuf(sink())), savedErr(std::cerr.rdbuf(sink())) {}
+    ~QuietLogs() {
+        std::cout.rdbuf(savedOut);
+        std::cerr.rdbuf(savedErr);
+    }
 
 private:
     struct NullBuffer : std::streambuf {
         int overflow(int c) override { return traits_type::not_eof(c); }
-    } sink;
-    std::streambuf* saved;
+    };
+    static std::streambuf* sink() {
+        static NullBuffer buffer;
+        return &buffer;
+    }
+    std::streambuf* savedOut;
+    std::streambuf* savedErr;
 };
 
 // Attributes the modules' readers asked for and did not find as they need them.
@@ -112,6 +124,10 @@ private:
     void walk();
     void checkUnknownModules();
     void checkAttributes(const MissingAttributes& missing);
+    // A module whose reader stopped at a missing attribute keeps its defaults: nothing more to check.
+    bool readCompletely(const ModulePtr& m) const {
+        return m && !unread.count(m->getConfigBlock()->getQualifiedName());
+    }
     void checkDependencies();
     void checkSinks();
     void checkTraceIds();
@@ -142,7 +158,8 @@ private:
     CONFIG_KA::ModuleMap modules;
     CONFIG_KA::DependencyMap dependencies;
     CONFIG_KA::ModuleList generators;
-    std::set<std::string> on;  // what a configure run enables
+    std::set<std::string> on;      // what a configure run enables
+    std::set<std::string> unread;  // qualified names of blocks a reader gave up on
     std::string traceLocation;
 };
 
@@ -172,6 +189,7 @@ bool Checker::load() {
         return false;
     }
     plugin.reset(new CONFIG_KA2::TraceTargetConfigPluginKA2("rq7.lint", "1.0.0", path, "rq7"));
+    plugin->setSaveEnabled(false);
     configuration = plugin->getConfiguration();
     if (configuration) return true;
     // The loader tells only its code; read once more to learn the line.
@@ -193,12 +211,13 @@ bool Checker::load() {
 }
 
 void Checker::run() {
-    QuietStdout quiet;
+    QuietLogs quiet;
     if (!load()) return;
     report.loaded = true;
     findDuplicates();
     MissingAttributes missing;
     quorl::BlockReader::setObserver(&missing);
+    TraceModuleCreator::forgetSharedObjects();
     plugin->loadModules();
     quorl::BlockReader::setObserver(nullptr);
     modules = plugin->getModuleMap();
@@ -272,7 +291,9 @@ void Checker::checkUnknownModules() {
         if (!children) continue;
         for (std::size_t i = 0; i < children->size(); ++i) {
             const ConfigBlock& child = *(*children)[i];
-            if (TraceModuleCreator::makesModule(TraceModuleCreator::moduleTypeFromName(child.getName()))) continue;
+            // "Debug " blocks are named as such on purpose: the factory knows them and makes nothing.
+            const int32_t kind = TraceModuleCreator::moduleTypeFromName(child.getName());
+            if (TraceModuleCreator::makesModule(kind) || kind == TraceModuleCreator::DebugKind) continue;
             add("unknown-module", blockNode(child),
                 "block '" + child.getName() + "' in '" + parentName + "' makes no module, so a run ignores it");
         }
@@ -282,6 +303,7 @@ void Checker::checkUnknownModules() {
 void Checker::checkAttributes(const MissingAttributes& missing) {
     std::set<std::string> told;
     for (const MissingAttributes::Miss& miss : missing.misses) {
+        unread.insert(miss.block);
         if (!told.insert(miss.block + "\n" + miss.name).second) continue;
         const int blockAt = index->block(miss.block);
         const int attributeAt = index->attribute(miss.block, miss.name);
@@ -298,8 +320,7 @@ void Checker::checkAttributes(const MissingAttributes& missing) {
 }
 
 void Checker::checkDependencies() {
-    // Blocks a Dependency may name: the children of the walked parents.
-    std::set<std::string> blocksInWalk;
+    // Sinks that TraceLocation leaves out of the walk.
     std::set<std::string> droppedSinks;
     for (const std::string& parentName : CONFIG_KA2::TraceTargetConfigPluginKA2::moduleParentBlocks()) {
         auto parent = configuration->getConfigBlock(parentName);
@@ -307,12 +328,14 @@ void Checker::checkDependencies() {
         if (!children) continue;
         for (std::size_t i = 0; i < children->size(); ++i) {
             const std::string name = (*children)[i]->getName();
-            blocksInWalk.insert(name);
             if (parentName == quorl::BLOCK_DATA_STREAMS &&
                 !CONFIG_KA2::TraceTargetConfigPluginKA2::keepsDataStream(name, traceLocation))
                 droppedSinks.insert(name);
         }
     }
+    std::set<std::string> namedBlocks;
+    for (const SourceNode& node : index->nodes())
+        if (node.kind == SourceNode::Block) namedBlocks.insert(node.name);
     for (const auto& entry : dependencies) {
         ModulePtr module = modules.count(entry.first) ? modules[entry.first] : ModulePtr();
         if (!module) continue;
@@ -325,7 +348,7 @@ void Checker::checkDependencies() {
         } else if (!isBuilt(target)) {
             add("dependency-missing", at,
                 "Dependency of '" + entry.first + "' names '" + target + "', " +
-                    (blocksInWalk.count(target) ? "a block that makes no module" : "which is no module block"),
+                    (namedBlocks.count(target) ? "a block that makes no module" : "which names no block"),
                 entry.first);
         } else {
             const auto& linked = module->getDependencies();
@@ -384,7 +407,7 @@ void Checker::checkTraceIds() {
     for (const ModulePtr& m : all) {
         uint32_t id = 0;
         bool fromAttribute = false;
-        if (!m || !traceIdOf(m, id, fromAttribute)) continue;
+        if (!readCompletely(m) || !traceIdOf(m, id, fromAttribute)) continue;
         const int node = fromAttribute ? attributeNode(m, quorl::ATTR_ATB_ID) : blockNode(m);
         if (id < lowest || id > highest)
             add("trace-id-range", node,
@@ -521,6 +544,9 @@ void Checker::checkLoggerEndpoint() {
                 "' (not a loopback address) reaches no server");
 }
 
+// Registers and frames in one memory space: the base address of every module
+// block and the frames of the CoreSight components, then the registers a
+// configure run writes (the plan of the file).
 void Checker::checkAddresses() {
     struct Region {
         std::string module;
@@ -530,44 +556,85 @@ void Checker::checkAddresses() {
         bool frame;
     };
     std::vector<Region> regions;
+    std::map<std::string, std::size_t> regionOf;
     auto addBlock = [&](const ConfigBlock& block, const std::string& space) {
         auto base = quorl::getTypedAttribute<quorl::Addr64Attribute>(block, quorl::ATTR_MODULE_BASE_ADDRESS);
         if (!base) return;
         const int kind = TraceModuleCreator::moduleTypeFromName(block.getName());
+        regionOf[block.getName()] = regions.size();
         regions.push_back(Region{block.getName(), blockNode(block), space, base->getValue(), hasFrame(kind)});
     };
+    std::string timestampName;
     if (auto timestamp = configuration->getConfigBlock(quorl::BLOCK_TIMESTAMP_GENERATOR)) {
         auto space = quorl::getTypedAttribute<quorl::StringAttribute>(*timestamp, quorl::ATTR_MEM_SPACE);
         addBlock(*timestamp, space ? space->getValue() : std::string());
+        timestampName = timestamp->getName();
     }
     for (const auto& entry : modules)
         if (entry.second) addBlock(*entry.second->getConfigBlock(), entry.second->getMemorySpace());
-    std::sort(regions.begin(), regions.end(), [&](const Region& a, const Region& b) {
-        const SourcePlace pa = index->place(a.node), pb = index->place(b.node);
-        return pa.line != pb.line ? pa.line < pb.line : pa.column < pb.column;
-    });
+
     const uint64_t frameSize = 0x1000;
-    for (std::size_t later = 0; later < regions.size(); ++later) {
-        for (std::size_t earlier = 0; earlier < later; ++earlier) {
-            const Region& a = regions[earlier];
-            const Region& b = regions[later];
-            if (a.space != b.space) continue;
-            const uint64_t aFrame = a.base & ~(frameSize - 1), bFrame = b.base & ~(frameSize - 1);
-            std::string what;
-            if (a.base == b.base)
-                what = "both have base address " + hex(a.base);
-            else if (a.frame && bFrame == aFrame)
-                what = "base address " + hex(b.base) + " lies in the 4 KiB frame of '" + a.module + "' at " + hex(aFrame);
-            else if (b.frame && aFrame == bFrame)
-                what = "the 4 KiB frame at " + hex(bFrame) + " holds the base address " + hex(a.base) + " of '" +
-                       a.module + "'";
-            else
-                continue;
-            add("address-overlap", b.node,
-                "'" + b.module + "' and '" + a.module + "' (line " + lineOf(a.node) + ") overlap in " +
-                    (a.space.empty() ? std::string("one memory space") : "memory space " + a.space) + ": " + what,
-                b.module);
-        }
+    auto frameOf = [&](uint64_t address) { return address & ~(frameSize - 1); };
+    std::set<std::pair<std::size_t, std::size_t>> told;
+    auto overlap = [&](std::size_t x, std::size_t y, const std::string& what) {
+        if (x == y) return;
+        const SourcePlace px = index->place(regions[x].node), py = index->place(regions[y].node);
+        const bool xFirst = px.line != py.line ? px.line < py.line : px.column <= py.column;
+        const Region& a = regions[xFirst ? x : y];
+        const Region& b = regions[xFirst ? y : x];
+        if (!told.insert({xFirst ? x : y, xFirst ? y : x}).second) return;
+        add("address-overlap", b.node,
+            "'" + b.module + "' and '" + a.module + "' (line " + lineOf(a.node) + ") overlap in " +
+                (a.space.empty() ? std::string("the default memory space") : "memory space " + a.space) + ": " + what,
+            b.module);
+    };
+
+    // Base addresses against each other and against the frames.
+    std::map<std::pair<std::string, uint64_t>, std::vector<std::size_t>> byFrame;
+    for (std::size_t i = 0; i < regions.size(); ++i) byFrame[{regions[i].space, frameOf(regions[i].base)}].push_back(i);
+    for (const auto& entry : byFrame)
+        for (std::size_t i : entry.second)
+            for (std::size_t j : entry.second) {
+                if (j <= i) continue;
+                const Region& a = regions[i];
+                const Region& b = regions[j];
+                if (a.base == b.base)
+                    overlap(i, j, "both have base address " + hex(a.base));
+                else if (a.frame || b.frame)
+                    overlap(i, j, "base address " + hex(a.frame ? b.base : a.base) + " lies in the 4 KiB frame at " +
+                                     hex(entry.first.second));
+            }
+
+    // Registers the run writes. The shared timestamp counter is started by
+    // every source that stamps its trace: those writes are its own.
+    Plan plan;
+    try {
+        plan = makePlan(path, PlanOptions());
+    } catch (const std::exception&) {
+        return;
+    }
+    std::map<std::pair<std::string, uint64_t>, std::size_t> firstWriter;
+    const auto timestampRegion = regionOf.find(timestampName);
+    for (const Access& access : plan.accesses) {
+        if (access.op != Access::Op::Write) continue;
+        auto writer = regionOf.find(access.module);
+        if (writer == regionOf.end()) continue;
+        if (timestampRegion != regionOf.end() &&
+            regions[timestampRegion->second].space == access.space &&
+            frameOf(regions[timestampRegion->second].base) == frameOf(access.address))
+            continue;
+        auto first = firstWriter.emplace(std::make_pair(access.space, access.address), writer->second);
+        if (first.first->second != writer->second)
+            overlap(first.first->second, writer->second,
+                   "both write " + (access.reg.empty() ? std::string("register") : access.reg) + " at " +
+                       hex(access.address));
+        auto owners = byFrame.find({access.space, frameOf(access.address)});
+        if (owners == byFrame.end()) continue;
+        for (std::size_t owner : owners->second)
+            if (owner != writer->second && regions[owner].frame)
+                overlap(owner, writer->second,
+                       "register " + hex(access.address) + " of '" + access.module +
+                           "' lies in the 4 KiB frame of '" + regions[owner].module + "'");
     }
 }
 
@@ -590,6 +657,10 @@ void Checker::collectNodes() {
         uint32_t id = 0;
         bool fromAttribute = false;
         if (m && traceIdOf(m, id, fromAttribute)) node.traceId = static_cast<int>(id);
+        if (auto port = boost::dynamic_pointer_cast<quorl::ArmFunnelPortModule>(m)) {
+            node.port = static_cast<int>(port->getPortNumber());
+            node.portPriority = static_cast<int>(port->getPortPriority());
+        }
         node.place = index->place(blockNode(block));
         report.nodes.push_back(node);
     };

@@ -47,6 +47,8 @@ struct TraceNode {
     uint64_t baseAddress = 0;
     std::string memorySpace;
     int traceId = -1;             // -1: carries no trace ID
+    int port = -1;                // funnel port number, -1 for other modules
+    int portPriority = -1;
     SourcePlace place;
 };
 
@@ -68,10 +70,5 @@ std::string formatFindingsSarif(const std::string& file, const LintReport& repor
 
 // The trace path as a Graphviz DOT graph, lint findings marked.
 std::string formatGraphDot(const std::string& file, const LintReport& report);
-
-int lintCommand(const std::vector<std::string>& args);
-int graphCommand(const std::vector<std::string>& args);
-extern const char* const lintHelp;
-extern const char* const graphHelp;
 
 }  // namespace rq7

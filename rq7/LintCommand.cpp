@@ -1,10 +1,11 @@
 // `rq7 lint FILE [--format text|sarif]`: the findings on stdout, exit 0
 // without errors, 1 with errors, 2 when the file cannot be loaded.
+#include "rq7/Cli.h"
 #include "rq7/Lint.h"
 
-#include <boost/program_options.hpp>
 #include <nlohmann/json.hpp>
 
+#include <cctype>
 #include <iostream>
 #include <sstream>
 
@@ -24,6 +25,23 @@ namespace {
 
 const char* severityText(Severity s) { return s == Severity::Error ? "error" : "warning"; }
 
+// The file as a URI reference: an absolute path as a file URI, a relative one
+// as a relative reference; bytes outside the unreserved set percent-encoded.
+std::string fileUri(const std::string& path) {
+    static const char digits[] = "0123456789ABCDEF";
+    std::string uri = !path.empty() && path[0] == '/' ? "file://" : "";
+    for (unsigned char c : path) {
+        if (std::isalnum(c) || c == '/' || c == '-' || c == '.' || c == '_' || c == '~') {
+            uri += static_cast<char>(c);
+        } else {
+            uri += '%';
+            uri += digits[c >> 4];
+            uri += digits[c & 15];
+        }
+    }
+    return uri;
+}
+
 }  // namespace
 
 std::string formatFindingsText(const std::string& file, const LintReport& report) {
@@ -36,6 +54,7 @@ std::string formatFindingsText(const std::string& file, const LintReport& report
 
 std::string formatFindingsSarif(const std::string& file, const LintReport& report) {
     using nlohmann::json;
+    const std::string uri = fileUri(file);
     json rules = json::array();
     for (const LintRule& rule : lintRules())
         rules.push_back({{"id", rule.id},
@@ -44,7 +63,7 @@ std::string formatFindingsSarif(const std::string& file, const LintReport& repor
     json results = json::array();
     for (const Finding& f : report.findings) {
         json location = {{"physicalLocation",
-                          {{"artifactLocation", {{"uri", file}}},
+                          {{"artifactLocation", {{"uri", uri}}},
                            {"region", {{"startLine", f.place.line}, {"startColumn", f.place.column}}}}}};
         results.push_back({{"ruleId", f.rule},
                            {"level", severityText(f.severity)},
@@ -56,7 +75,7 @@ std::string formatFindingsSarif(const std::string& file, const LintReport& repor
                 {"runs", json::array({{{"tool", {{"driver", {{"name", "rq7 lint"},
                                                               {"version", "1.0.0"},
                                                               {"rules", rules}}}}},
-                                       {"artifacts", json::array({{{"location", {{"uri", file}}}}})},
+                                       {"artifacts", json::array({{{"location", {{"uri", uri}}}}})},
                                        {"results", results}}})}};
     return log.dump(2) + "\n";
 }
@@ -64,34 +83,19 @@ std::string formatFindingsSarif(const std::string& file, const LintReport& repor
 int lintCommand(const std::vector<std::string>& args) {
     namespace po = boost::program_options;
     po::options_description options;
-    options.add_options()("format", po::value<std::string>()->default_value("text"), "text or sarif")(
-        "file", po::value<std::string>(), "configuration file")("help,h", "help");
+    options.add_options()("format", po::value<std::string>(), "text or sarif")(
+        "file", po::value<std::string>(), "configuration file");
     po::positional_options_description positional;
     positional.add("file", 1);
-    po::variables_map vm;
-    try {
-        po::store(po::command_line_parser(args).options(options).positional(positional).run(), vm);
-        po::notify(vm);
-    } catch (const po::error& e) {
-        std::cerr << "rq7 lint: " << e.what() << "\n" << lintHelp;
-        return 2;
-    }
-    if (vm.count("help")) {
-        std::cout << lintHelp;
-        return 0;
-    }
-    const std::string format = vm["format"].as<std::string>();
-    if (!vm.count("file") || (format != "text" && format != "sarif")) {
-        std::cerr << "rq7 lint: " << (vm.count("file") ? "unknown format '" + format + "'" : "no FILE given")
-                  << "\n" << lintHelp;
-        return 2;
-    }
-    const std::string file = vm["file"].as<std::string>();
+    const po::variables_map values = parseArguments(args, options, positional);
+    const std::string format = formatOption(values, {"text", "sarif"});
+    if (!values.count("file")) throw UsageError("no configuration FILE given");
+    const std::string file = values["file"].as<std::string>();
     const LintReport report = lintConfiguration(file);
     std::cout << (format == "sarif" ? formatFindingsSarif(file, report) : formatFindingsText(file, report));
     std::cout.flush();
-    if (!report.loaded) return 2;
-    return report.errors() ? 1 : 0;
+    if (!report.loaded) return EXIT_USAGE;
+    return report.errors() ? EXIT_FAIL : EXIT_OK;
 }
 
 }  // namespace rq7

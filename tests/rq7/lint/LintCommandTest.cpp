@@ -14,14 +14,14 @@ namespace fs = boost::filesystem;
 
 namespace {
 
-struct Run {
+struct Outcome {
     int status = -1;
     std::string out;
 };
 
 // Runs a shell command line; stdout (and stderr when asked) collected.
-Run run(const std::string& command) {
-    Run r;
+Outcome run(const std::string& command) {
+    Outcome r;
     FILE* pipe = popen(command.c_str(), "r");
     if (!pipe) return r;
     char buffer[4096];
@@ -52,7 +52,7 @@ TEST(LintCommand, ShippedExamplesHaveNoErrors) {
     ASSERT_FALSE(examples().empty());
     for (const std::string& example : examples()) {
         const std::string copy = copyOf(example);
-        const Run r = run(rq7("lint " + copy));
+        const Outcome r = run(rq7("lint " + copy));
         EXPECT_EQ(r.status, 0) << example << "\n" << r.out;
         EXPECT_EQ(r.out.find(": error:"), std::string::npos) << r.out;
     }
@@ -62,7 +62,7 @@ TEST(LintCommand, TextLinesHaveTheCompilerForm) {
     std::string text = rq7test::cleanConfiguration();
     text.replace(text.find("<DefaultValue>5000"), 18, "<DefaultValue>5001");
     const std::string file = rq7test::writeFile("port.xml", text);
-    const Run r = run(rq7("lint " + file));
+    const Outcome r = run(rq7("lint " + file));
     EXPECT_EQ(r.status, 1);
     EXPECT_EQ(r.out, file + ":9:2: error: Logger runs serve on port 5000, so port 5001 reaches no server "
                             "[logger-endpoint]\n");
@@ -74,12 +74,12 @@ TEST(LintCommand, SarifPassesTheMultitoolValidation) {
     std::string text = rq7test::cleanConfiguration();
     text.replace(text.find("<DefaultValue>5000"), 18, "<DefaultValue>5001");
     const std::string file = rq7test::writeFile("sarif.xml", text);
-    const Run lint = run(rq7("lint --format sarif " + file));
+    const Outcome lint = run(rq7("lint --format sarif " + file));
     EXPECT_EQ(lint.status, 1);
     ASSERT_NE(lint.out.find("\"logger-endpoint\""), std::string::npos) << lint.out;
     const std::string log = rq7test::writeFile("lint.sarif", lint.out);
     const std::string tool = multitool ? "sarif-multitool" : "npx --no-install @microsoft/sarif-multitool";
-    const Run check = run(tool + " validate " + log + " 2>&1");
+    const Outcome check = run(tool + " validate " + log + " 2>&1");
     EXPECT_EQ(check.status, 0) << check.out;
     EXPECT_EQ(check.out.find(": error"), std::string::npos) << check.out;
     EXPECT_NE(check.out.find("completed successfully"), std::string::npos) << check.out;
@@ -89,7 +89,7 @@ TEST(GraphCommand, RendersTheExampleToSvg) {
     if (!haveProgram("dot")) GTEST_SKIP() << "Graphviz's dot is not installed";
     const std::string copy = copyOf(examples().front());
     const std::string svg = (rq7test::scratchDirectory() / "example.svg").string();
-    const Run r = run(rq7("graph " + copy + " -o " + svg + " 2>&1"));
+    const Outcome r = run(rq7("graph " + copy + " -o " + svg + " 2>&1"));
     ASSERT_EQ(r.status, 0) << r.out;
     const std::string picture = rq7test::readFile(svg);
     EXPECT_NE(picture.find("<svg"), std::string::npos);
@@ -130,11 +130,11 @@ TEST(BadInput, LintAndGraphEndCleanlyAndNeverWrite) {
         SCOPED_TRACE(input.title);
         const std::string path = (rq7test::scratchDirectory() / input.name).string();
         if (input.text) rq7test::writeFile(input.name, input.text);
-        const Run lint = run(rq7("lint " + path));
+        const Outcome lint = run(rq7("lint " + path));
         EXPECT_EQ(lint.status, 2) << lint.out;
         EXPECT_NE(lint.out.find("[load-error]"), std::string::npos) << lint.out;
         EXPECT_NE(lint.out.find(input.says), std::string::npos) << lint.out;
-        const Run graph = run(rq7("graph " + path + " 2>&1"));
+        const Outcome graph = run(rq7("graph " + path + " 2>&1"));
         EXPECT_EQ(graph.status, 2) << graph.out;
         EXPECT_NE(graph.out.find(input.says), std::string::npos) << graph.out;
         if (input.text) EXPECT_EQ(rq7test::readFile(path), input.text);

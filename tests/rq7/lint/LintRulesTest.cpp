@@ -15,8 +15,8 @@ struct Edit {
     std::string to;
 };
 
-std::string apply(const Edit& e) {
-    std::string text = rq7test::cleanConfiguration();
+std::string apply(const Edit& e, std::string text = rq7test::cleanConfiguration()) {
+    if (e.anchor.empty()) return text;
     const std::size_t start = text.find(e.anchor);
     EXPECT_NE(start, std::string::npos) << e.anchor;
     const std::size_t at = text.find(e.from, start);
@@ -43,6 +43,7 @@ struct RuleCase {
     std::string marker;
     std::string mentions;      // the message names this (the other element, its line)
     Edit near;                 // a similar edit that must not trigger the rule
+    Edit setup = {};           // made first, for both variants
 };
 
 const std::string kCore1 = "<Name>Core 1</Name>";
@@ -51,11 +52,11 @@ const std::string kBlockOf1 = "<ConfigBlock><Name>Core 1</Name>";
 const RuleCase kCases[] = {
     {"duplicate attribute", "duplicate-name",
      {kCore1, "\t<BoolAttribute><Name>Cycle", "\t<BoolAttribute><Name>Timestamp</Name><DefaultValue>false</DefaultValue></BoolAttribute>\n\t<BoolAttribute><Name>Cycle"},
-     kCore1 + "\n\t<BoolAttribute><Name>Enable", "<BoolAttribute><Name>Timestamp</Name><DefaultValue>false", "line 38",
+     kCore1 + "\n\t<BoolAttribute><Name>Enable", "<BoolAttribute><Name>Timestamp</Name><DefaultValue>false", "line 39",
      {kCore1, "\t<BoolAttribute><Name>Cycle", "\t<BoolAttribute><Name>Timestamps</Name><DefaultValue>false</DefaultValue></BoolAttribute>\n\t<BoolAttribute><Name>Cycle"}},
     {"duplicate block", "duplicate-name",
      {"<ConfigBlock><Name>ARM Funnel Port 1", "<ConfigBlock><Name>ARM Funnel Port 1", "<ConfigBlock><Name>ARM Funnel</Name></ConfigBlock>\n<ConfigBlock><Name>ARM Funnel Port 1"},
-     "Port 0</Name>", "<ConfigBlock><Name>ARM Funnel</Name></ConfigBlock>", "line 48",
+     "Port 0</Name>", "<ConfigBlock><Name>ARM Funnel</Name></ConfigBlock>", "line 49",
      {"<ConfigBlock><Name>ARM Funnel Port 1", "<ConfigBlock><Name>ARM Funnel Port 1", "<ConfigBlock><Name>Debug ARM</Name></ConfigBlock>\n<ConfigBlock><Name>ARM Funnel Port 1"}},
     {"name makes no module", "unknown-module",
      {"<Name>CORE</Name>", "\n<ConfigBlock><Name>Core 0", "\n<ConfigBlock><Name>Kore 7</Name></ConfigBlock>\n<ConfigBlock><Name>Core 0"},
@@ -64,7 +65,7 @@ const RuleCase kCases[] = {
     {"attribute absent", "missing-attribute",
      {kCore1, "<UInt32Attribute><Name>ATB ID</Name>", "<UInt32Attribute><Name>ATB IDs</Name>"},
      "", kBlockOf1, "ATB ID",
-     {kCore1, "<BoolAttribute><Name>Enable Logging</Name><DefaultValue>false</DefaultValue></BoolAttribute>", ""}},
+     {kCore1, "<UInt32Attribute><Name>ATB ID</Name>", "<StringAttribute><Name>Note</Name><DefaultValue/></StringAttribute><UInt32Attribute><Name>ATB ID</Name>"}},
     {"attribute of another kind", "attribute-kind",
      {kCore1, "<UInt32Attribute><Name>ATB ID</Name><DefaultValue>3</DefaultValue></UInt32Attribute>", "<StringAttribute><Name>ATB ID</Name><DefaultValue>3</DefaultValue></StringAttribute>"},
      kCore1, "<StringAttribute><Name>ATB ID", "UInt32Attribute",
@@ -74,7 +75,7 @@ const RuleCase kCases[] = {
      kCore1, "<StringAttribute><Name>Dependency", "Nowhere",
      {kCore1, "ARM Funnel Port 1</DefaultValue>", "ARM Funnel Port 0</DefaultValue>"}},
     {"dependency names a block without module", "dependency-missing",
-     {kCore1, "ARM Funnel Port 1</DefaultValue>", "Kore 7</DefaultValue>"},
+     {kCore1, "ARM Funnel Port 1</DefaultValue>", "Timestamp Generator</DefaultValue>"},
      kCore1, "<StringAttribute><Name>Dependency", "makes no module",
      {kCore1, "ARM Funnel Port 1</DefaultValue>", "ETF 0</DefaultValue>"}},
     {"dependency cycle", "dependency-cycle",
@@ -86,9 +87,10 @@ const RuleCase kCases[] = {
      "", "<ConfigBlock><Name>Core 0", "Core 0 -> ARM Funnel Port 0 -> ARM Funnel -> ETF 0",
      {"<Name>ETF 0</Name>", "<DefaultValue></DefaultValue>", "<DefaultValue>DDR Trace Buffer</DefaultValue>"}},
     {"sink dropped by TraceLocation", "sink-filtered",
-     {"<Name>ETF 0</Name>", "<DefaultValue></DefaultValue>", "<DefaultValue>DDR Trace Buffer</DefaultValue>"},
+     {"<Name>TraceLocation</Name>", "<DefaultValue>DDR Buffer</DefaultValue>", "<DefaultValue>Internal</DefaultValue>"},
      "<Name>ETF 0</Name>", "<StringAttribute><Name>Dependency", "Internal",
-     {"<Name>TraceLocation</Name>", "<DefaultValue>DDR Buffer</DefaultValue>", "<DefaultValue>DDR Buffer</DefaultValue>"}},
+     {"<Name>TraceLocation</Name>", "<DefaultValue>DDR Buffer</DefaultValue>", "<DefaultValue>DDR Buffer</DefaultValue>"},
+     {"<Name>ETF 0</Name>", "<DefaultValue></DefaultValue>", "<DefaultValue>DDR Trace Buffer</DefaultValue>"}},
     {"trace ID reserved", "trace-id-range",
      {kCore1, "<DefaultValue>3</DefaultValue></UInt32Attribute>", "<DefaultValue>112</DefaultValue></UInt32Attribute>"},
      kCore1, "<UInt32Attribute><Name>ATB ID", "0x70",
@@ -107,7 +109,7 @@ const RuleCase kCases[] = {
      {"<Name>ARM Funnel Port 1</Name>", "ARM Funnel Port 1</Name>", "ARM Funnel Port 7</Name>"}},
     {"two blocks for one port", "funnel-port",
      {"<Name>ARM Funnel Port 1</Name>", "ARM Funnel Port 1</Name>", "ARM Funnel Port 00</Name>"},
-     "", "<ConfigBlock><Name>ARM Funnel Port 00", "line 54",
+     "", "<ConfigBlock><Name>ARM Funnel Port 00", "line 55",
      {"<Name>ARM Funnel Port 1</Name>", "ARM Funnel Port 1</Name>", "ARM Funnel Port 01</Name>"}},
     {"timestamps without a running counter", "timestamp",
      {"<Name>Enable Timestamp Generator</Name>", "true", "false"},
@@ -131,7 +133,7 @@ const RuleCase kCases[] = {
      {"<Name>Target Access Method</Name>", "<DefaultValue>Logger", "<DefaultValue>GTA"}},
     {"two modules at one base", "address-overlap",
      {"<Name>ETF 0</Name>", "0x80050000", "0x80040000"},
-     "", "<ConfigBlock><Name>ETF 0", "'ARM Funnel' (line 48)",
+     "", "<ConfigBlock><Name>ETF 0", "'ARM Funnel' (line 49)",
      {"<Name>ETF 0</Name>", "0x80050000", "0x80041000"}},
     {"register inside another's frame", "address-overlap",
      {"<Name>DDR Trace Buffer</Name>", "0x80060000", "0x80050800"},
@@ -162,7 +164,7 @@ class LintRule : public ::testing::TestWithParam<RuleCase> {};
 
 TEST_P(LintRule, TriggersAtItsElementAndNotOnTheNearVariant) {
     const RuleCase& c = GetParam();
-    const std::string bad = apply(c.bad);
+    const std::string bad = apply(c.bad, apply(c.setup));
     const rq7::LintReport report = rq7::lintConfiguration(rq7test::writeFile("bad.xml", bad));
     const std::vector<rq7::Finding> hits = findingsOf(report.findings, c.rule);
     ASSERT_FALSE(hits.empty()) << describe(report.findings);
@@ -175,7 +177,7 @@ TEST_P(LintRule, TriggersAtItsElementAndNotOnTheNearVariant) {
     EXPECT_NE(at->message.find(c.mentions), std::string::npos) << at->message;
     EXPECT_EQ(at->severity, rq7::findLintRule(c.rule)->severity);
 
-    const rq7::LintReport near = rq7::lintConfiguration(rq7test::writeFile("near.xml", apply(c.near)));
+    const rq7::LintReport near = rq7::lintConfiguration(rq7test::writeFile("near.xml", apply(c.near, apply(c.setup))));
     EXPECT_TRUE(findingsOf(near.findings, c.rule).empty()) << describe(near.findings);
 }
 
@@ -205,14 +207,14 @@ TEST(Lint, ColumnsCountBytesAndTabsAsOne) {
     // Two attributes on one line after a tab: the second starts further right.
     std::string text = rq7test::cleanConfiguration();
     const std::string from = "\t<UInt32Attribute><Name>ServerPort</Name><DefaultValue>5000</DefaultValue></UInt32Attribute>";
+    const std::string first = "\t<BoolAttribute><Name>x</Name><DefaultValue>true</DefaultValue></BoolAttribute>";
     text.replace(text.find(from), from.size(),
-                 "\t<BoolAttribute><Name>x</Name><DefaultValue>true</DefaultValue></BoolAttribute>"
-                 "<UInt32Attribute><Name>ServerPort</Name><DefaultValue>5001</DefaultValue></UInt32Attribute>");
+                 first + "<UInt32Attribute><Name>ServerPort</Name><DefaultValue>5001</DefaultValue></UInt32Attribute>");
     const rq7::LintReport report = rq7::lintConfiguration(rq7test::writeFile("columns.xml", text));
     const auto hits = findingsOf(report.findings, "logger-endpoint");
     ASSERT_EQ(hits.size(), 1u) << describe(report.findings);
     EXPECT_EQ(hits[0].place.line, 9);
-    EXPECT_EQ(hits[0].place.column, 2 + 79);
+    EXPECT_EQ(hits[0].place.column, static_cast<int>(first.size()) + 1);
 }
 
 }  // namespace
