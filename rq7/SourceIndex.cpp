@@ -21,57 +21,60 @@ SourcePlace placeOf(const std::string& text, int line, std::size_t offset) {
 
 SourceIndex::SourceIndex(const std::string& text) {
     xrt::c_xml_reader_memory reader(text.data(), text.size());
+    // What an open element is to the index; only Name and DefaultValue texts are kept.
+    enum Role { Other, Document, Block, Attribute, NameText, ValueText };
     struct Frame {
-        std::string element;
-        int node;           // block or attribute node this element opens, else -1
-        std::string text;   // collected text of a leaf
+        Role role;
+        int node;  // block or attribute node this element opens, else -1
     };
     std::vector<Frame> stack;
+    std::string leaf;    // text of the open Name or DefaultValue
     int openBlock = -1;  // innermost open ConfigBlock node
     for (;;) {
         const int event = reader.get_next_event();
         if (event == xrt::xe_start && !reader.is_attribute_event()) {
             const std::string& element = reader.get_local_name();
+            const Role parent = stack.empty() ? Other : stack.back().role;
+            Role role = Other;
+            if (element == "ConfigBlock" && (parent == Block || parent == Document)) role = Block;
+            else if (parent == Block && endsWith(element, "Attribute")) role = Attribute;
+            else if (element == "Name" && parent != Other) role = NameText;
+            else if (element == "DefaultValue" && parent == Attribute) role = ValueText;
+            else if (element == "Configuration" && stack.size() == 1) role = Document;
             int node = -1;
-            const bool inBlock = !stack.empty() && stack.back().element == "ConfigBlock";
-            const bool inDocument = !stack.empty() && stack.back().element == "Configuration";
-            if (element == "ConfigBlock" && (inBlock || inDocument)) {
+            if (role == Block || role == Attribute) {
                 node = static_cast<int>(list.size());
-                list.push_back(SourceNode());
-                list.back().kind = SourceNode::Block;
-            } else if (inBlock && endsWith(element, "Attribute")) {
-                node = static_cast<int>(list.size());
-                list.push_back(SourceNode());
-                list.back().kind = SourceNode::Attribute;
-            }
-            if (node >= 0) {
-                SourceNode& n = list[node];
+                list.emplace_back();
+                SourceNode& n = list.back();
+                n.kind = role == Block ? SourceNode::Block : SourceNode::Attribute;
                 n.element = element;
                 n.parent = openBlock;
                 n.place = placeOf(text, reader.get_markup_line(), reader.get_markup_offset());
-                if (n.kind == SourceNode::Block) openBlock = node;
+                if (role == Block) openBlock = node;
             }
-            stack.push_back(Frame{element, node, std::string()});
+            if (role == NameText || role == ValueText) leaf.clear();
+            stack.push_back(Frame{role, node});
         } else if (event == xrt::xe_text) {
-            if (!stack.empty()) stack.back().text += reader.get_value();
+            if (!stack.empty() && (stack.back().role == NameText || stack.back().role == ValueText))
+                leaf += reader.get_value();
         } else if (event == xrt::xe_end_tag) {
             if (stack.empty()) break;
-            Frame frame = std::move(stack.back());
+            const Frame frame = stack.back();
             stack.pop_back();
             if (frame.node >= 0) {
-                if (list[frame.node].kind == SourceNode::Block) openBlock = list[frame.node].parent;
-                else if (list[frame.node].keptAs < 0) named(frame.node);  // attribute without a Name
+                if (frame.role == Block) openBlock = list[frame.node].parent;
+                else if (list[frame.node].keptAs == -1) named(frame.node);  // attribute without a Name
                 continue;
             }
             if (stack.empty()) continue;
-            Frame& owner = stack.back();
-            if (frame.element == "Name" && owner.element == "Configuration") {
-                docName = frame.text;
-            } else if (owner.node >= 0 && frame.element == "Name" && list[owner.node].keptAs < 0) {
-                list[owner.node].name = frame.text;
+            const Frame& owner = stack.back();
+            if (frame.role == NameText && owner.role == Document) {
+                docName = leaf;
+            } else if (frame.role == NameText && owner.node >= 0 && list[owner.node].keptAs == -1) {
+                list[owner.node].name = leaf;
                 named(owner.node);
-            } else if (owner.node >= 0 && frame.element == "DefaultValue") {
-                list[owner.node].value = frame.text;
+            } else if (frame.role == ValueText && owner.node >= 0) {
+                list[owner.node].value = leaf;
             }
         } else if (event == xrt::xe_end_of_input || event == xrt::xe_error || event == xrt::xe_error_2) {
             break;
@@ -86,7 +89,7 @@ void SourceIndex::named(int node) {
     SourceNode& n = list[node];
     const bool parentKept = n.parent < 0 || list[n.parent].keptAs == n.parent;
     const std::string parentName = n.parent < 0 ? docName : list[n.parent].qualifiedName;
-    std::map<std::string, int>& table = n.kind == SourceNode::Block ? blocks : attributes;
+    std::unordered_map<std::string, int>& table = n.kind == SourceNode::Block ? blocks : attributes;
     const std::string key =
         n.kind == SourceNode::Block ? parentName + "." + n.name : parentName + "\n" + n.name;
     n.qualifiedName = parentName + "." + n.name;

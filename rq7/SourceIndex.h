@@ -4,7 +4,7 @@
 // pass of the XML runtime's pull reader over the same bytes records every
 // block and attribute element, duplicates included, by qualified name.
 #include <cstddef>
-#include <map>
+#include <unordered_map>
 #include <string>
 #include <vector>
 
@@ -23,7 +23,9 @@ struct SourceNode {
     std::string qualifiedName;  // as the tree names it: document name, ".", block names ...
     SourcePlace place;    // the start tag
     int parent = -1;      // enclosing block node
-    int keptAs = -1;      // the node the loader keeps under this name (itself unless a duplicate)
+    // The node the loader keeps under this name: itself, or the earlier node
+    // this one duplicates; -1 until the name is known, -2 inside a dropped block.
+    int keptAs = -1;
 };
 
 class SourceIndex {
@@ -43,8 +45,8 @@ private:
     void named(int node);
 
     std::vector<SourceNode> list;
-    std::map<std::string, int> blocks;      // qualified name -> kept node
-    std::map<std::string, int> attributes;  // block qualified name + '\n' + name -> kept node
+    std::unordered_map<std::string, int> blocks;      // qualified name -> kept node
+    std::unordered_map<std::string, int> attributes;  // block qualified name + '\n' + name -> kept node
     std::string docName;
 };
 
