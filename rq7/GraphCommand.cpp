@@ -17,6 +17,7 @@
 #include <cstdlib>
 #include <fstream>
 #include <iostream>
+#include <algorithm>
 #include <map>
 #include <set>
 #include <sstream>
@@ -145,6 +146,20 @@ std::string formatGraphDot(const std::string& file, const LintReport& report) {
            << ", fillcolor=" << (n.on ? "\"#d7f5d7\"" : "white") << ", color=" << color
            << ", penwidth=" << (bad != errors.end() ? 2.5 : n.on ? 1.8 : 1.0)
            << ", fontcolor=" << (n.on ? "black" : "gray35") << ", label=" << label.str() << "];\n";
+    }
+    // Sources on the top row in file order, so that a cluster's cores stand together.
+    std::vector<const TraceNode*> sources;
+    for (const TraceNode& n : report.nodes)
+        if (n.kind == TraceModuleCreator::CoreKind || n.kind == TraceModuleCreator::StmKind ||
+            n.kind == TraceModuleCreator::NocProbeKind)
+            sources.push_back(&n);
+    std::stable_sort(sources.begin(), sources.end(), [](const TraceNode* a, const TraceNode* b) {
+        return a->place.line < b->place.line;
+    });
+    if (sources.size() > 1) {
+        os << "  { rank=same; ";
+        for (std::size_t i = 0; i < sources.size(); ++i) os << (i ? " -> " : "") << quoted(sources[i]->name);
+        os << " [style=invis]; }\n";
     }
     for (const TraceNode& n : report.nodes) {
         if (n.dependency.empty()) continue;
