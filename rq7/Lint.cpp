@@ -122,6 +122,15 @@ private:
     bool load();
     void findDuplicates();
     void walk();
+    // f(parent name, child block) for each child of the blocks the plugin walks.
+    template <class F>
+    void forEachWalkedChild(F f) const {
+        for (const std::string& parentName : CONFIG_KA2::TraceTargetConfigPluginKA2::moduleParentBlocks()) {
+            auto parent = configuration->getConfigBlock(parentName);
+            auto children = parent ? parent->getConfigBlocks() : quorl::ConfigBlockVectorPtr();
+            for (std::size_t i = 0; children && i < children->size(); ++i) f(parentName, *(*children)[i]);
+        }
+    }
     void checkUnknownModules();
     void checkAttributes(const MissingAttributes& missing);
     // A module whose reader stopped at a missing attribute keeps its defaults: nothing more to check.
@@ -195,17 +204,19 @@ bool Checker::load() {
     // The loader tells only its code; read once more to learn the line.
     xrt::exrt_error code = quorl::XB_CANNOT_OPEN;
     int line = 1;
+    std::string item;
     if (in.is_open() || !text.empty()) {
         xrt::c_xml_reader_memory reader(text.data(), text.size());
         quorl::c_QUORL document;
         code = document.unmarshal(reader);
         if (reader.get_error_line() > 0) line = reader.get_error_line();
+        item = reader.get_error_item_name();
     }
     Finding f;
     f.rule = "load-error";
     f.place = SourcePlace{line, 1};
     f.message = "XML Error Code: " + std::to_string(static_cast<int>(code)) + " (" +
-                xrt::get_error_text(code) + ")";
+                xrt::get_error_text(code) + ")" + (item.empty() ? std::string() : " at '" + item + "'");
     report.findings.push_back(f);
     return false;
 }
@@ -285,19 +296,13 @@ void Checker::walk() {
 }
 
 void Checker::checkUnknownModules() {
-    for (const std::string& parentName : CONFIG_KA2::TraceTargetConfigPluginKA2::moduleParentBlocks()) {
-        auto parent = configuration->getConfigBlock(parentName);
-        auto children = parent ? parent->getConfigBlocks() : quorl::ConfigBlockVectorPtr();
-        if (!children) continue;
-        for (std::size_t i = 0; i < children->size(); ++i) {
-            const ConfigBlock& child = *(*children)[i];
-            // "Debug " blocks are named as such on purpose: the factory knows them and makes nothing.
-            const int32_t kind = TraceModuleCreator::moduleTypeFromName(child.getName());
-            if (TraceModuleCreator::makesModule(kind) || kind == TraceModuleCreator::DebugKind) continue;
-            add("unknown-module", blockNode(child),
-                "block '" + child.getName() + "' in '" + parentName + "' makes no module, so a run ignores it");
-        }
-    }
+    forEachWalkedChild([&](const std::string& parentName, const ConfigBlock& child) {
+        // "Debug " blocks are named as such on purpose: the factory knows them and makes nothing.
+        const int32_t kind = TraceModuleCreator::moduleTypeFromName(child.getName());
+        if (TraceModuleCreator::makesModule(kind) || kind == TraceModuleCreator::DebugKind) return;
+        add("unknown-module", blockNode(child),
+            "block '" + child.getName() + "' in '" + parentName + "' makes no module, so a run ignores it");
+    });
 }
 
 void Checker::checkAttributes(const MissingAttributes& missing) {
@@ -322,17 +327,11 @@ void Checker::checkAttributes(const MissingAttributes& missing) {
 void Checker::checkDependencies() {
     // Sinks that TraceLocation leaves out of the walk.
     std::set<std::string> droppedSinks;
-    for (const std::string& parentName : CONFIG_KA2::TraceTargetConfigPluginKA2::moduleParentBlocks()) {
-        auto parent = configuration->getConfigBlock(parentName);
-        auto children = parent ? parent->getConfigBlocks() : quorl::ConfigBlockVectorPtr();
-        if (!children) continue;
-        for (std::size_t i = 0; i < children->size(); ++i) {
-            const std::string name = (*children)[i]->getName();
-            if (parentName == quorl::BLOCK_DATA_STREAMS &&
-                !CONFIG_KA2::TraceTargetConfigPluginKA2::keepsDataStream(name, traceLocation))
-                droppedSinks.insert(name);
-        }
-    }
+    forEachWalkedChild([&](const std::string& parentName, const ConfigBlock& child) {
+        if (parentName == quorl::BLOCK_DATA_STREAMS &&
+            !CONFIG_KA2::TraceTargetConfigPluginKA2::keepsDataStream(child.getName(), traceLocation))
+            droppedSinks.insert(child.getName());
+    });
     std::set<std::string> namedBlocks;
     for (const SourceNode& node : index->nodes())
         if (node.kind == SourceNode::Block) namedBlocks.insert(node.name);
@@ -434,39 +433,34 @@ void Checker::checkTraceIds() {
 
 void Checker::checkFunnelPorts() {
     std::map<std::pair<std::string, uint32_t>, int> firstBlock;
-    for (const std::string& parentName : CONFIG_KA2::TraceTargetConfigPluginKA2::moduleParentBlocks()) {
-        auto parent = configuration->getConfigBlock(parentName);
-        auto children = parent ? parent->getConfigBlocks() : quorl::ConfigBlockVectorPtr();
-        if (!children) continue;
-        for (std::size_t i = 0; i < children->size(); ++i) {
-            const std::string name = (*children)[i]->getName();
-            auto found = modules.find(name);
-            auto port = found == modules.end() ? boost::shared_ptr<quorl::ArmFunnelPortModule>()
-                                               : boost::dynamic_pointer_cast<quorl::ArmFunnelPortModule>(found->second);
-            if (!port) continue;
-            const int node = blockNode(port);
-            uint32_t number = 0;
-            if (!port->getModuleIndexFromName(number)) continue;
-            if (number > quorl::ArmFunnelPortModule::MAX_PORT)
-                add("funnel-port", node,
-                    "port number " + std::to_string(number) + " of '" + name + "' is over 7; a funnel has ports 0 to 7",
-                    name);
-            const std::string funnel = CONFIG_KA2::TraceTargetConfigPluginKA2::funnelNameOfPort(name);
-            auto inserted = firstBlock.emplace(std::make_pair(funnel, number), node);
-            if (!inserted.second)
-                add("funnel-port", node,
-                    "'" + name + "' sets port " + std::to_string(number) + " of '" + funnel +
-                        "' that the block on line " + lineOf(inserted.first->second) + " sets already",
-                    name);
-            auto priority = quorl::getTypedAttribute<quorl::UInt32Attribute>(*port->getConfigBlock(),
-                                                                             quorl::ATTR_PORT_PRIORITY);
-            if (priority && priority->getValue() > quorl::ArmFunnelPortModule::LOWEST_PRIORITY)
-                add("funnel-port", attributeNode(port, quorl::ATTR_PORT_PRIORITY),
-                    "priority " + std::to_string(priority->getValue()) + " of '" + name +
-                        "' is over 7; a run uses 7",
-                    name);
-        }
-    }
+    forEachWalkedChild([&](const std::string&, const ConfigBlock& child) {
+        const std::string name = child.getName();
+        auto found = modules.find(name);
+        auto port = found == modules.end() ? boost::shared_ptr<quorl::ArmFunnelPortModule>()
+                                           : boost::dynamic_pointer_cast<quorl::ArmFunnelPortModule>(found->second);
+        if (!port) return;
+        const int node = blockNode(port);
+        uint32_t number = 0;
+        if (!port->getModuleIndexFromName(number)) return;
+        if (number > quorl::ArmFunnelPortModule::MAX_PORT)
+            add("funnel-port", node,
+                "port number " + std::to_string(number) + " of '" + name + "' is over 7; a funnel has ports 0 to 7",
+                name);
+        const std::string funnel = CONFIG_KA2::TraceTargetConfigPluginKA2::funnelNameOfPort(name);
+        auto inserted = firstBlock.emplace(std::make_pair(funnel, number), node);
+        if (!inserted.second && inserted.first->second != node)  // a repeated name is a duplicate-name
+            add("funnel-port", node,
+                "'" + name + "' sets port " + std::to_string(number) + " of '" + funnel +
+                    "' that the block on line " + lineOf(inserted.first->second) + " sets already",
+                name);
+        auto priority = quorl::getTypedAttribute<quorl::UInt32Attribute>(*port->getConfigBlock(),
+                                                                         quorl::ATTR_PORT_PRIORITY);
+        if (priority && priority->getValue() > quorl::ArmFunnelPortModule::LOWEST_PRIORITY)
+            add("funnel-port", attributeNode(port, quorl::ATTR_PORT_PRIORITY),
+                "priority " + std::to_string(priority->getValue()) + " of '" + name +
+                    "' is over 7; a run uses 7",
+                name);
+    });
 }
 
 void Checker::checkTimestamp() {
