@@ -191,7 +191,13 @@ int Checker::attributeNode(const ModulePtr& m, const std::string& name) const {
 
 bool Checker::load() {
     std::ifstream in(path, std::ios::binary);
-    if (in) text.assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+    bool readable = false;
+    try {
+        if (in) text.assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+        readable = bool(in);
+    } catch (const std::exception&) {  // a directory, for one
+        text.clear();
+    }
     index.reset(new SourceIndex(text));
     if (!quorl::hasConfigurationExtension(path)) {
         add("load-error", -1, "the file name has no .xml extension, so the loader refuses it");
@@ -205,7 +211,7 @@ bool Checker::load() {
     xrt::exrt_error code = quorl::XB_CANNOT_OPEN;
     int line = 1;
     std::string item;
-    if (in.is_open() || !text.empty()) {
+    if (readable) {
         xrt::c_xml_reader_memory reader(text.data(), text.size());
         quorl::c_QUORL document;
         code = document.unmarshal(reader);

@@ -123,6 +123,7 @@ const BadInput kBadInputs[] = {
      "Mandatory element missing"},
     {"wrong extension", "board.txt", "<QUORL/>", "extension"},
     {"empty", "empty.xml", "", "XML Error Code"},
+    {"a directory", "folder.xml", nullptr, "Unable to open file"},
 };
 
 TEST(BadInput, LintAndGraphEndCleanlyAndNeverWrite) {
@@ -130,6 +131,7 @@ TEST(BadInput, LintAndGraphEndCleanlyAndNeverWrite) {
         SCOPED_TRACE(input.title);
         const std::string path = (rq7test::scratchDirectory() / input.name).string();
         if (input.text) rq7test::writeFile(input.name, input.text);
+        if (std::string(input.title) == "a directory") fs::create_directories(path);
         const Outcome lint = run(rq7("lint " + path));
         EXPECT_EQ(lint.status, 2) << lint.out;
         EXPECT_NE(lint.out.find("[load-error]"), std::string::npos) << lint.out;
@@ -138,7 +140,7 @@ TEST(BadInput, LintAndGraphEndCleanlyAndNeverWrite) {
         EXPECT_EQ(graph.status, 2) << graph.out;
         EXPECT_NE(graph.out.find(input.says), std::string::npos) << graph.out;
         if (input.text) EXPECT_EQ(rq7test::readFile(path), input.text);
-        else EXPECT_FALSE(fs::exists(path));
+        else EXPECT_FALSE(fs::is_regular_file(path));
     }
 }
 
