@@ -4,6 +4,15 @@
 
 namespace quorl {
 
+namespace {
+RequirementObserver* currentObserver = nullptr;
+}
+
+RequirementObserver::~RequirementObserver() = default;
+
+void BlockReader::setObserver(RequirementObserver* o) { currentObserver = o; }
+RequirementObserver* BlockReader::observer() { return currentObserver; }
+
 BlockReader::BlockReader(Log& channel, const ConfigBlock& block)
     : BlockReader(channel, block, "[readModuleConfiguration]: Error: Could not find attribute ",
                   " for " + block.getName()) {}

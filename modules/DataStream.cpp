@@ -58,4 +58,6 @@ bool DataStream::readCollectionMode(const BlockReader& read, std::string& mode) 
     return true;
 }
 
+bool DataStream::passesThrough() const { return bufferMode == VALUE_PASS_THROUGH; }
+
 }  // namespace quorl

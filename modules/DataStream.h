@@ -31,6 +31,8 @@ public:
     virtual uint32_t getFillLevel(boost::shared_ptr<TaProcess>) { return 0; }
 
     bool isTmcConfigured() const { return tmcConfigured; }
+    // The buffer mode hands trace on to the sink's own dependency instead of storing it.
+    bool passesThrough() const;
     // Empty unless the whole block was read.
     boost::shared_ptr<TMC> getTmc() const { return tmc; }
 

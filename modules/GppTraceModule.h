@@ -31,6 +31,10 @@ public:
 
     bool readModuleConfiguration(boost::shared_ptr<ConfigBlock> block);
 
+    // What the block asked for, for tools that check a configuration.
+    uint32_t getTraceId() const { return atbId; }
+    bool usesTimestamp() const { return timestamp; }
+
 private:
     bool isLockstepCore(boost::shared_ptr<TaProcess> process);
     // True for the secondary core of a lockstep pair, which is left alone.

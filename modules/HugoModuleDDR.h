@@ -18,6 +18,8 @@ public:
     bool configure(boost::shared_ptr<TaProcess> process) override;
 
     bool loadDataStreamSettings(boost::shared_ptr<ConfigBlock> block);
+    uint64_t getBufferBaseAddress() const { return traceBufferBaseAddress; }
+    uint64_t getBufferSize() const { return traceBufferSize; }  // bytes
 
 private:
     uint64_t traceBufferSize = 0;  // bytes

@@ -31,6 +31,7 @@ public:
     bool disable(boost::shared_ptr<TaProcess> process) override;
 
     bool loadNoCObserverSettings(boost::shared_ptr<ConfigBlock> block);
+    uint32_t getTraceId() const { return atbId; }
 
 
 private:

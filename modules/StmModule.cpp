@@ -102,4 +102,6 @@ bool StmModule::reset(boost::shared_ptr<TaProcess> process) {
     return true;
 }
 
+uint32_t StmModule::traceId() { return STM_TRACE_ID; }
+
 }  // namespace quorl

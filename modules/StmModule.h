@@ -27,6 +27,9 @@ public:
     bool disable(boost::shared_ptr<TaProcess> process) override { return reset(process); }
 
     bool loadSTMSettings(boost::shared_ptr<ConfigBlock> block);
+    // The STM's trace ID is fixed, whatever the block says.
+    static uint32_t traceId();
+    bool usesTimestamp() const { return timestampEnable; }
 
 
 private:

@@ -21,6 +21,7 @@ public:
     virtual bool configure(boost::shared_ptr<TaProcess> process);
 
     bool readModuleConfiguration(boost::shared_ptr<ConfigBlock> block);
+    bool isGeneratorEnabled() const { return enableGenerator; }
 
 private:
     uint64_t baseAddress = ~uint64_t(0);

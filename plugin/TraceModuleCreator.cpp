@@ -62,6 +62,16 @@ int32_t TraceModuleCreator::moduleTypeFromName(const std::string& name) {
     return UnknownKind;
 }
 
+bool TraceModuleCreator::makesModule(int32_t kind) {
+    switch (kind) {
+    case CoreKind: case NocProbeKind: case StmKind: case FunnelPortKind: case NocObserverKind:
+    case EtfSinkKind: case DdrSinkKind: case ArmFunnelKind:
+        return true;
+    default:
+        return false;
+    }
+}
+
 boost::shared_ptr<TimestampUtils> TraceModuleCreator::sharedTimestampUtils() {
     return timestampSlot();
 }

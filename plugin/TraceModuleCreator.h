@@ -42,6 +42,8 @@ public:
 
     // First word of the fixed list found anywhere in `name` decides the kind.
     static int32_t moduleTypeFromName(const std::string& name);
+    // Whether createModule makes a module object for a kind.
+    static bool makesModule(int32_t kind);
 
     // The timestamp object that cores and STM modules built from now on share.
     static boost::shared_ptr<TimestampUtils> sharedTimestampUtils();

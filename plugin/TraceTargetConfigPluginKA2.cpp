@@ -44,14 +44,14 @@ const std::string* const socBlocks[] = {
     &quorl::BLOCK_NOC_MODULES,
 };
 
+}  // namespace
+
 // "GPP Cluster Funnel 1 Port 3" belongs to "GPP Cluster Funnel 1": the text
 // before the character that precedes the last "Port".
-std::string funnelNameOfPort(const std::string& portName) {
+std::string TraceTargetConfigPluginKA2::funnelNameOfPort(const std::string& portName) {
     const std::string::size_type at = portName.rfind(quorl::WORD_PORT);
     return portName.substr(0, at - 1);
 }
-
-}  // namespace
 
 TraceTargetConfigPluginKA2::TraceTargetConfigPluginKA2(const std::string& id,
                                                        const std::string& version,
@@ -192,13 +192,11 @@ bool TraceTargetConfigPluginKA2::loadDataStreams() {
     // Without a location no sink can be placed: leave the sinks out, keep the links.
     if (!values) return true;
     const std::string locationText = (*values)[0];
-    const bool locationIsDdr = locationText.find(quorl::VALUE_DDR) != std::string::npos;
 
     for (std::size_t i = 0; i < children->size(); ++i) {
         boost::shared_ptr<ConfigBlock> child = (*children)[i];
         const std::string childName = child->getName();
-        // A DDR sink exists only where the location names DDR; others always.
-        if (childName.find(quorl::WORD_DDR) != std::string::npos && !locationIsDdr) continue;
+        if (!keepsDataStream(childName, locationText)) continue;
 
         boost::shared_ptr<ConfigurationModule> module = moduleCreator->createModule(child);
         if (!module) return false;
@@ -209,6 +207,22 @@ bool TraceTargetConfigPluginKA2::loadDataStreams() {
         if (!dependency.empty()) dependencyMap[childName] = dependency;
     }
     return true;
+}
+
+bool TraceTargetConfigPluginKA2::keepsDataStream(const std::string& name, const std::string& location) {
+    // A DDR sink exists only where the location names DDR; others always.
+    return name.find(quorl::WORD_DDR) == std::string::npos ||
+           location.find(quorl::VALUE_DDR) != std::string::npos;
+}
+
+std::vector<std::string> TraceTargetConfigPluginKA2::moduleParentBlocks() {
+    std::vector<std::string> names;
+    for (const std::string* name : generatorBlocks)
+        if (!name->empty()) names.push_back(*name);
+    names.push_back(quorl::BLOCK_DEBUG_MODULES);
+    for (const std::string* name : socBlocks) names.push_back(*name);
+    names.push_back(quorl::BLOCK_DATA_STREAMS);
+    return names;
 }
 
 void TraceTargetConfigPluginKA2::linkDependencies() {

@@ -41,6 +41,13 @@ public:
     // Resets the generators and everything their dependencies reach.
     bool resetModules();
 
+    // The blocks whose children loadModules turns into modules, in walk order.
+    static std::vector<std::string> moduleParentBlocks();
+    // Whether the sink block `name` is built for the TraceLocation text `location`.
+    static bool keepsDataStream(const std::string& name, const std::string& location);
+    // The funnel a port block's settings go to.
+    static std::string funnelNameOfPort(const std::string& portName);
+
 private:
     void loadGenerators(const std::string& blockName, bool readDependency);
     void loadSocModules(const std::string& blockName,

@@ -22,6 +22,8 @@ const std::vector<Subcommand>& subcommands() {
     static const std::vector<Subcommand> table = {
         {"plan", "list every register access a run of a configuration makes", planHelp, planCommand},
         {"diff", "compare two configurations register by register", diffHelp, diffCommand},
+        {"lint", "find the mistakes of a configuration, with file and line", lintHelp, lintCommand},
+        {"graph", "draw the trace path of a configuration (Graphviz)", graphHelp, graphCommand},
     };
     return table;
 }

@@ -15,9 +15,13 @@ namespace rq7 {
 // return the exit status and throw UsageError for a bad command line.
 int planCommand(const std::vector<std::string>& args);
 int diffCommand(const std::vector<std::string>& args);
+int lintCommand(const std::vector<std::string>& args);
+int graphCommand(const std::vector<std::string>& args);
 
 extern const char* const planHelp;
 extern const char* const diffHelp;
+extern const char* const lintHelp;
+extern const char* const graphHelp;
 
 struct Subcommand {
     const char* name;

@@ -7,7 +7,7 @@ pkgs=(g++ cmake ninja-build pkg-config
       libboost-system-dev libboost-filesystem-dev
       libxml2-dev googletest libgtest-dev libgmock-dev libbenchmark-dev
       dpkg-dev lintian mandoc groff bash-completion
-      nlohmann-json3-dev)
+      nlohmann-json3-dev graphviz)
 missing=()
 for p in "${pkgs[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q 'install ok installed' || missing+=("$p")
@@ -17,4 +17,9 @@ if [ ${#missing[@]} -gt 0 ]; then
   export DEBIAN_FRONTEND=noninteractive
   apt-get update -qq
   apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+fi
+# The SARIF Multitool validates rq7 lint's SARIF in the tests; skipped without npm.
+if command -v npm >/dev/null 2>&1 && ! command -v sarif-multitool >/dev/null 2>&1; then
+  echo "bootstrap: installing @microsoft/sarif-multitool"
+  npm install -g --silent @microsoft/sarif-multitool >/dev/null
 fi

@@ -143,6 +143,11 @@ int c_xml_reader::get_next_event() {
         m_in.skip_ws();
         int c = m_in.get();
         if (c < 0) return m_event = end_of_input();
+        if (c == '<') {
+            const std::size_t taken = m_in.get_raw_offset();
+            m_markup_line = m_in.get_line_num();
+            m_markup_offset = taken ? taken - 1 : 0;
+        }
         if (c != '<') {
             m_past_prolog = m_seen_markup = true;
             m_value.clear();

@@ -189,6 +189,9 @@ public:
     const c_cracked_name& get_attribute_name() const { return m_attribute; }
     c_string_stack& get_element_name_stack() { return m_name_stack; }
     int get_line_no() const { return m_in.get_line_num(); }
+    // Line and source byte offset of the '<' that began the current markup.
+    int get_markup_line() const { return m_markup_line; }
+    std::size_t get_markup_offset() const { return m_markup_offset; }
     exrt_error get_error() const { return m_last_code; }
     const std::string& get_error_item_name() const { return m_item_name; }
     int get_error_line() const { return m_error_line; }
@@ -221,6 +224,8 @@ private:
     c_cracked_name m_element;
     c_cracked_name m_attribute;
     int m_event = xe_end_of_input;
+    int m_markup_line = 0;
+    std::size_t m_markup_offset = 0;
     bool m_restored = false;
     bool m_past_prolog = false;   // a start tag, text or the end was seen
     bool m_seen_markup = false;   // anything at all was seen

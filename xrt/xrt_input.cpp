@@ -68,14 +68,15 @@ c_get_as_utf8::~c_get_as_utf8() = default;
 bool c_get_as_utf8::refill_raw() {
     while (m_cur >= m_end) {
         if (m_source_done) return false;
+        m_raw_before += static_cast<std::size_t>(m_end - m_block);
+        m_block = m_end = m_cur = nullptr;
         const unsigned char* data = nullptr;
         std::size_t n = m_source.read_block(data);
         if (n == 0 || data == nullptr) {
             m_source_done = true;
-            m_cur = m_end = nullptr;
             return false;
         }
-        m_cur = data;
+        m_block = m_cur = data;
         m_end = data + n;
     }
     return true;
@@ -98,7 +99,8 @@ void c_get_as_utf8::report(exrt_error_type type, exrt_error code, const std::str
 
 void c_get_as_utf8::rewind() {
     m_source.rewind();
-    m_cur = m_end = nullptr;
+    m_cur = m_end = m_block = nullptr;
+    m_raw_before = 0;
     m_source_done = false;
     m_unget.clear();
     m_format = bf_unknown;

@@ -95,6 +95,10 @@ public:
     bool set_encoding(const char* name);
 
     int get_line_num() const { return m_line; }
+    // Bytes taken from the source so far (before decoding), for tools that point at a place.
+    std::size_t get_raw_offset() const {
+        return m_raw_before + static_cast<std::size_t>(m_cur - m_block);
+    }
     const char* get_source_id() const { return m_source.get_source_id(); }
     c_error& get_error_handler() { return m_error; }
     int get_byte_format() const { return m_format; }
@@ -117,6 +121,8 @@ protected:
 
     const unsigned char* m_cur = nullptr;
     const unsigned char* m_end = nullptr;
+    const unsigned char* m_block = nullptr;  // start of the raw run m_cur is in
+    std::size_t m_raw_before = 0;            // bytes of the runs before it
     int m_line = 1;
 
 private:
