@@ -21,6 +21,10 @@ const char USAGE[] =
     "  --port N          TCP port to listen on (0: pick a free one; default 0)\n"
     "  --address A       IPv4 address to bind (default 127.0.0.1)\n"
     "  --image FILE      preload memory: lines \"space address value [width]\"\n"
+    "                    or \"space address @file\" (a binary file's bytes)\n"
+    "  --clear-on-write SPACE:ADDRESS:MASK\n"
+    "                    bits of MASK read as 0 after a write to that register\n"
+    "                    (repeatable; a flush request the hardware completes)\n"
     "  --spaces A,B,...  memory spaces answered to \"mem list-ms\" (default APB,AXI)\n"
     "  --big-endian      target memory is big-endian (image values and byte order)\n"
     "  --log FILE        write the command log to FILE instead of stdout\n"
@@ -72,6 +76,13 @@ int main(int argc, char** argv) {
                 if (comma == std::string::npos) break;
                 start = comma + 1;
             }
+        } else if (arg == "--clear-on-write") {
+            gtasim::Options::ClearOnWrite rule;
+            if (!gtasim::parseClearOnWrite(value(), rule)) {
+                std::cerr << "gta-sim: --clear-on-write takes SPACE:ADDRESS:MASK\n";
+                return 2;
+            }
+            options.clearOnWrite.push_back(rule);
         } else if (arg == "--big-endian") {
             options.bigEndian = true;
         } else if (arg == "--log") {
