@@ -24,6 +24,8 @@ const unsigned kMinDescriptionLength = 40;
 
 }  // namespace
 
+const char* versionText() { return kVersionText; }
+
 int runCommandLine(int argc, const char* const argv[]) {
     quorl::QORLBoostTypedValue* configFile = new quorl::QORLBoostTypedValue("path", "");
 
@@ -57,7 +59,7 @@ int runCommandLine(int argc, const char* const argv[]) {
     const int disableCount = static_cast<int>(vm.count("disable"));
     if (vm.count("version")) {
         std::cout << description << std::endl;
-        std::cout << "Version: " << kVersionText << std::endl;
+        std::cout << "Version: " << versionText() << std::endl;
         return 0;
     }
 

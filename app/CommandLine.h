@@ -35,6 +35,9 @@ struct QORLBoostTypedValue : public QORLBoostTypedV<std::string> {
 
 namespace rq7 {
 
+// Version and build time, as --version prints them ("0.0.0.0 (built on ...)").
+const char* versionText();
+
 // Runs the program on its command line and returns the exit status: 1 for
 // help and for parser errors, 0 for --version, else the run's status.
 int runCommandLine(int argc, const char* const argv[]);

@@ -32,6 +32,7 @@ void TraceTargetConfigPluginKA::abort() { abortRequested = true; }
 uint32_t TraceTargetConfigPluginKA::getStatus() { return status; }
 
 bool TraceTargetConfigPluginKA::saveConfiguration() {
+    if (!saveEnabled) return true;
     return configuration && configuration->save(configurationPath);
 }
 

@@ -47,6 +47,9 @@ public:
     const DependencyMap& getDependencyMap() const { return dependencyMap; }
     const ModuleList& getModuleList() const { return moduleList; }
     bool isBufferMonitoring() const { return bufferMonitoring; }
+    // With saving off, a configure run leaves the file as it is (for tools
+    // that only look at what a run would do).
+    void setSaveEnabled(bool enabled) { saveEnabled = enabled; }
 
 protected:
     // Fill level of the sink `moduleName`; messages go to `channel`.
@@ -59,6 +62,7 @@ protected:
     uint32_t status = 0;
     std::string configurationPath;
     bool bufferMonitoring = false;
+    bool saveEnabled = true;
     ModuleMap moduleMap;
     DependencyMap dependencyMap;
     ModuleList moduleList;

@@ -11,6 +11,7 @@
 #include "modules/DataStream.h"
 #include "plugin/TraceModuleCreator.h"
 #include "plugin/base/ConfigurationModule.h"
+#include "target.access/quorl/AccessNote.h"
 
 #include <algorithm>
 #include <set>
@@ -268,6 +269,7 @@ bool TraceTargetConfigPluginKA2::resetModules() {
         if (found == moduleMap.end()) continue;
         if (abortRequested) return false;
         if (!found->second) continue;
+        quorl::AccessNoteScope note(&quorl::AccessNote::module, found->second->getName());
         try {
             if (!found->second->reset(accessProcess)) return false;
         } catch (const quorl::Exception& e) {

@@ -8,6 +8,7 @@
 #include "common/src/ConfigBlock.h"
 #include "common/src/Names.h"
 #include "target.access/TaProcess.h"
+#include "target.access/quorl/AccessNote.h"
 
 namespace quorl {
 
@@ -55,6 +56,7 @@ bool ConfigurationModule::enableModule(boost::shared_ptr<TaProcess> process) {
     // Set before the module's own enable: configure reads it to start the unit.
     enabled = true;
     bool result;
+    AccessNoteScope note(&AccessNote::module, name);
     try {
         result = enable(process);
     } catch (const Exception& e) {
@@ -77,6 +79,7 @@ bool ConfigurationModule::disableModule(boost::shared_ptr<TaProcess> process, bo
 
     enabled = false;
     bool result;
+    AccessNoteScope note(&AccessNote::module, name);
     try {
         result = disable(process);
     } catch (const Exception& e) {

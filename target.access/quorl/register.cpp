@@ -1,6 +1,7 @@
 #include "target.access/quorl/register.h"
 
 #include "app/base/Exception.h"
+#include "target.access/quorl/AccessNote.h"
 
 #include <stdexcept>
 
@@ -33,6 +34,7 @@ Register<T>::Register(uint64_t a, std::string space, std::string n, T reset)
 template <typename T>
 void Register<T>::write(boost::shared_ptr<TaProcess> process, const T& value) {
     if (!isInitialized()) throw Exception(LINE_WRITE_UNINITIALIZED, "Register not initialized");
+    AccessNoteScope note(&AccessNote::reg, name);
     try {
         T local = value;
         if (!process->writeMemory(address, sizeof(T), 1, &local))
@@ -47,6 +49,7 @@ template <typename T>
 T Register<T>::read(boost::shared_ptr<TaProcess> process) {
     if (!isInitialized()) throw Exception(LINE_READ_UNINITIALIZED, "Register not initialized");
     T local = 0;
+    AccessNoteScope note(&AccessNote::reg, name);
     try {
         if (!process->readMemory(address, sizeof(T), 1, &local))
             throw Exception(LINE_READ_FAILED, "Failed read access operation");
