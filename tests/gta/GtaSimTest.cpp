@@ -39,11 +39,12 @@ struct Fixture : ::testing::Test {
         log = tempPath("log");
         blob = tempPath("blob");
         // A binary file spanning a page boundary, named relative to the image.
-        std::ofstream(blob, std::ios::binary) << std::string(4094, '\0') << "\x11\x22\x33\x44";
+        std::ofstream(blob, std::ios::binary) << std::string(4094, '\0') << "\x11\x22\x33\x44";  // 4098 bytes
         std::ofstream(image) << "# test image\nAPB 0x1000 0x12345678\nAPB 0x1008 0xAB 1\nDDR 0x0 0x0102030405060708 8\n"
                              << "DDR 0x10000 @" << blob.substr(blob.rfind('/') + 1) << "  # code\n";
         sim.reset(new gtatest::SimProcess(GTA_SIM_PROGRAM, {"--image", image, "--log", log, "--clear-on-write",
-                                                            "AXI:0x3004:0x41", "--clear-on-write", "AXI:0x3008:0x1"}));
+                                                            "AXI:0x3004:0x41", "--clear-on-write", "AXI:0x3008:0x1",
+                                                            "--read-fifo", "AXI:0x4000:" + blob}));
         ASSERT_NE(sim->port(), 0u) << sim->firstLine;
     }
     void TearDown() override {
@@ -94,9 +95,27 @@ TEST_F(GtaSim, AnswersTheCommandVocabulary) {
         {"mem read :c:d:x 0x3000 4 AXI 2", hex("010000000e000000")},
         {"mem write :c:d:x 0x3008 4 APB 01000000", "OK"},  // same address, other space: kept
         {"mem read :c:d:x 0x3008 4 APB 1", hex("01000000")},
+        // Read FIFO: word after word of the file; a wider read sees memory.
+        {"mem read :c:d:x 0x4000 4 AXI 1", hex(hex(std::string(4, '\0')))},
+        {"mem read :c:d:x 0x4000 4 AXI 2", hex(hex(std::string(8, '\0')))},
+        {"mem read :c:d:x 0x4000 4 AXI 1", hex(hex(std::string(4, '\0')))},
         {"mem erase", "E03"},
     };
     for (const auto& r : rows) {
+        GtaPacket* reply = nullptr;
+        ASSERT_EQ(gta_exec(s, r.command.c_str(), &reply), GTA_OK) << r.command;
+        EXPECT_EQ(gtatest::replyText(reply), r.reply) << r.command;
+    }
+    for (int word = 2; word < 1023; ++word) {  // up to the word holding the file's last bytes
+        GtaPacket* reply = nullptr;
+        ASSERT_EQ(gta_exec(s, "mem read :c:d:x 0x4000 4 AXI 1", &reply), GTA_OK);
+    }
+    const std::vector<Row> tail = {
+        {"mem read :c:d:x 0x4000 4 AXI 1", hex(hex(std::string("\0\0\x11\x22", 4)))},
+        {"mem read :c:d:x 0x4000 4 AXI 1", hex(hex("\x33\x44\xff\xff"))},  // the file ends inside a word
+        {"mem read :c:d:x 0x4000 4 AXI 1", hex(hex("\xff\xff\xff\xff"))},
+    };
+    for (const auto& r : tail) {
         GtaPacket* reply = nullptr;
         ASSERT_EQ(gta_exec(s, r.command.c_str(), &reply), GTA_OK) << r.command;
         EXPECT_EQ(gtatest::replyText(reply), r.reply) << r.command;
@@ -173,6 +192,8 @@ TEST(GtaSimCommandLine, RefusesABadImageOrRule) {
         {"", {"--clear-on-write", "APB:0x10"}},
         {"", {"--clear-on-write", ":0x10:1"}},
         {"", {"--clear-on-write", "APB:0x10:x"}},
+        {"", {"--read-fifo", "APB:0x10:/no/such/file"}},
+        {"", {"--read-fifo", "APB:0x10"}},
     };
     for (const auto& r : rows) {
         std::ofstream(image) << r.imageText;

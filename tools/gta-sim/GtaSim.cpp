@@ -206,6 +206,24 @@ bool parseClearOnWrite(const std::string& text, Options::ClearOnWrite& rule) {
            parseNumber(text.substr(last + 1), rule.mask);
 }
 
+bool parseReadFifo(const std::string& text, Options::ReadFifo& fifo, std::string& error) {
+    const auto first = text.find(':'), second = text.find(':', first == std::string::npos ? first : first + 1);
+    if (first == std::string::npos || second == std::string::npos || first == 0 ||
+        !parseNumber(text.substr(first + 1, second - first - 1), fifo.address) || second + 1 == text.size()) {
+        error = "--read-fifo takes SPACE:ADDRESS:FILE";
+        return false;
+    }
+    fifo.space = text.substr(0, first);
+    const std::string name = text.substr(second + 1);
+    std::ifstream in(name, std::ios::binary);
+    if (!in) {
+        error = "cannot read " + name;
+        return false;
+    }
+    fifo.data.assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+    return true;
+}
+
 // ---- Server ----------------------------------------------------------------
 
 struct Server::Client {
@@ -223,6 +241,7 @@ struct Server::Client {
 };
 
 Server::Server(Options o, MemoryImage i) : options(std::move(o)), image(std::move(i)) {
+    fifoRead.assign(options.readFifos.size(), 0);
     for (const auto& space : image.spaces()) {
         bool known = false;
         for (const auto& s : options.memorySpaces) known = known || s == space;
@@ -557,6 +576,12 @@ std::string Server::memoryRead(Client& c, const std::vector<std::string>& tokens
     {
         std::lock_guard<std::mutex> lock(mutex);
         image.read(space, a.address, reinterpret_cast<uint8_t*>(&data[0]), data.size());
+        for (size_t i = 0; i < options.readFifos.size(); ++i) {
+            const auto& fifo = options.readFifos[i];
+            if (a.width != 4 || count != 1 || fifo.space != space || fifo.address != a.address) continue;
+            size_t& next = fifoRead[i];
+            for (size_t b = 0; b < 4; ++b, ++next) data[b] = next < fifo.data.size() ? fifo.data[next] : '\xff';
+        }
     }
     return toHex(toHex(data));
 }

@@ -60,10 +60,21 @@ struct Options {
         uint64_t mask = 0;
     };
     std::vector<ClearOnWrite> clearOnWrite;
+    // A read-data register in front of a RAM (a trace buffer's RAM read data
+    // register): each 4-byte read returns the next word of `data`, all ones
+    // once it is used up.
+    struct ReadFifo {
+        std::string space;
+        uint64_t address = 0;
+        std::string data;
+    };
+    std::vector<ReadFifo> readFifos;
 };
 
 // "SPACE:ADDRESS:MASK" as --clear-on-write takes it.
 bool parseClearOnWrite(const std::string& text, Options::ClearOnWrite& rule);
+// "SPACE:ADDRESS:FILE" as --read-fifo takes it; reads the file.
+bool parseReadFifo(const std::string& text, Options::ReadFifo& fifo, std::string& error);
 
 class Server {
 public:
@@ -115,6 +126,7 @@ private:
     std::mutex logMutex;
     mutable std::mutex mutex;  // guards the image and `executed` across client threads
     std::vector<std::string> executed;
+    std::vector<size_t> fifoRead;  // bytes of each read FIFO handed out
     unsigned nextClient = 1;
 };
 

@@ -25,6 +25,9 @@ const char USAGE[] =
     "  --clear-on-write SPACE:ADDRESS:MASK\n"
     "                    bits of MASK read as 0 after a write to that register\n"
     "                    (repeatable; a flush request the hardware completes)\n"
+    "  --read-fifo SPACE:ADDRESS:FILE\n"
+    "                    4-byte reads of that register return FILE word by word,\n"
+    "                    then all ones (a trace RAM's read data register)\n"
     "  --spaces A,B,...  memory spaces answered to \"mem list-ms\" (default APB,AXI)\n"
     "  --big-endian      target memory is big-endian (image values and byte order)\n"
     "  --log FILE        write the command log to FILE instead of stdout\n"
@@ -83,6 +86,14 @@ int main(int argc, char** argv) {
                 return 2;
             }
             options.clearOnWrite.push_back(rule);
+        } else if (arg == "--read-fifo") {
+            gtasim::Options::ReadFifo fifo;
+            std::string error;
+            if (!gtasim::parseReadFifo(value(), fifo, error)) {
+                std::cerr << "gta-sim: " << error << "\n";
+                return 2;
+            }
+            options.readFifos.push_back(fifo);
         } else if (arg == "--big-endian") {
             options.bigEndian = true;
         } else if (arg == "--log") {

@@ -1,0 +1,147 @@
+// rq7 verify: reads back every register a configure run writes and reports
+// the ones whose value differs.
+#include "rq7/CaptureArgs.h"
+#include "rq7/Plan.h"
+#include "rq7/TargetMemory.h"
+#include "tools/gta-sim/GtaSim.h"
+
+#include <cstdio>
+#include <iostream>
+#include <map>
+#include <set>
+#include <utility>
+
+namespace rq7 {
+
+const char VERIFY_HELP[] =
+    "usage: rq7 verify FILE\n"
+    "\n"
+    "Over the debug server that FILE's Target Access block names (GTA): reads\n"
+    "back every register a configure run of FILE writes and prints one line per\n"
+    "register whose value differs:\n"
+    "  MODULE REGISTER ADDRESS: wrote X, reads Y (differing fields)\n"
+    "Write-only registers (lock access, OS lock), status registers, bits that\n"
+    "clear themselves (formatter flush and drain) and bits the trace unit's ID\n"
+    "registers mark as not implemented are not compared. Run it after\n"
+    "rq7.config -c and before a capture, which stops the sinks.\n"
+    "\n"
+    "Exit status: 0 all match, 1 a register differs or the server failed, 2\n"
+    "usage or a file that cannot be loaded.\n";
+
+namespace {
+
+const unsigned MAX_PLAN_ROUNDS = 4;
+
+bool endsWith(const std::string& text, const char* tail) {
+    const std::string t(tail);
+    return text.size() >= t.size() && text.compare(text.size() - t.size(), t.size(), t) == 0;
+}
+
+// Bits of a register worth comparing; 0 leaves it out. Names as the modules
+// spell them, with or without their unit prefix.
+uint64_t comparedBits(const std::string& reg) {
+    static const char* const WRITE_ONLY_OR_STATUS[] = {"LAR", "STS", "LSR", "AUTHSTATUS", "TRCSTATR"};
+    for (const char* name : WRITE_ONLY_OR_STATUS)
+        if (endsWith(reg, name)) return 0;
+    if (endsWith(reg, "FFCR")) return ~uint64_t(tmc::FFCR_FLUSH_MAN | tmc::FFCR_DRAIN);
+    return ~uint64_t(0);
+}
+
+// "bit 3, bits 8-10" of a difference.
+std::string differingBits(uint64_t diff) {
+    std::string out;
+    for (unsigned bit = 0; bit < 64; ++bit) {
+        if (!(diff >> bit & 1)) continue;
+        unsigned last = bit;
+        while (last + 1 < 64 && (diff >> (last + 1) & 1)) ++last;
+        if (!out.empty()) out += ", ";
+        out += last == bit ? "bit " + std::to_string(bit) : "bits " + std::to_string(bit) + "-" + std::to_string(last);
+        bit = last;
+    }
+    return out;
+}
+
+std::string hex(uint64_t value, unsigned bits) {
+    char text[32];
+    std::snprintf(text, sizeof text, "0x%0*llx", int(bits / 4), static_cast<unsigned long long>(value));
+    return text;
+}
+
+using Location = std::pair<std::string, uint64_t>;  // memory space, address
+
+// The plan of a configure run whose reads answer what the target holds now:
+// each round reads what the last plan read, until no new address comes up.
+Plan planAgainstTarget(const std::string& file, TargetMemory& memory, const std::string& defaultSpace) {
+    gtasim::MemoryImage image;
+    std::set<Location> known;
+    PlanOptions options;
+    Plan plan = makePlan(file, options);
+    for (unsigned round = 0; round < MAX_PLAN_ROUNDS; ++round) {
+        bool added = false;
+        for (const Access& a : plan.accesses) {
+            if (a.op != Access::Op::Read || !known.insert({a.space, a.address}).second) continue;
+            const uint64_t value = memory.read(a.space, a.address, a.width);
+            image.writeValue(a.space.empty() ? defaultSpace : a.space, a.address, value, a.width / 8, false);
+            added = true;
+        }
+        if (!added && options.image) break;
+        options.image = &image;
+        plan = makePlan(file, options);
+    }
+    return plan;
+}
+
+}  // namespace
+
+int verifyCommand(const std::vector<std::string>& args) {
+    CaptureArgs a;
+    std::string error;
+    if (!parseCaptureArgs(args, 0, a, error)) {
+        std::cerr << "rq7 verify: " << error << "\n" << VERIFY_HELP;
+        return EXIT_USAGE;
+    }
+    if (a.help) {
+        std::cout << VERIFY_HELP;
+        return EXIT_OK;
+    }
+    unsigned differing = 0;
+    try {
+        std::unique_ptr<TargetMemory> memory = connectTarget(a.file);
+        const Plan plan = planAgainstTarget(a.file, *memory, memory->defaultSpace());
+        // The last write of each register, in order of the first.
+        std::vector<Location> order;
+        std::map<Location, const Access*> last;
+        for (const Access& w : plan.accesses) {
+            if (w.op != Access::Op::Write) continue;
+            const Location at{w.space, w.address};
+            if (!last.count(at)) order.push_back(at);
+            last[at] = &w;
+        }
+        for (const Location& at : order) {
+            const Access& w = *last[at];
+            uint64_t bits = comparedBits(w.reg);
+            if (endsWith(w.reg, "TRCCONFIGR")) {
+                const uint64_t base = w.address - etm::TRCCONFIGR;
+                bits &= implementedConfigBits(memory->read32(w.space, base + ETM_ID_REGISTERS[ID_TRCIDR0].offset),
+                                              memory->read32(w.space, base + ETM_ID_REGISTERS[ID_TRCIDR2].offset));
+            }
+            if (w.width < 64) bits &= (uint64_t(1) << w.width) - 1;
+            if (!bits) continue;
+            const uint64_t reads = memory->read(w.space, w.address, w.width);
+            const uint64_t diff = (reads ^ w.value) & bits;
+            if (!diff) continue;
+            ++differing;
+            std::cout << w.module << " " << w.reg << " " << hex(w.address, 1) << ": wrote " << hex(w.value, w.width)
+                      << ", reads " << hex(reads, w.width) << " (" << differingBits(diff) << ")\n";
+        }
+    } catch (const LoadError& e) {
+        std::cerr << "rq7 verify: " << e.what() << "\n";
+        return EXIT_USAGE;
+    } catch (const std::exception& e) {
+        std::cerr << "rq7 verify: " << e.what() << "\n";
+        return EXIT_FAILED;
+    }
+    return differing ? EXIT_FAILED : EXIT_OK;
+}
+
+}  // namespace rq7
