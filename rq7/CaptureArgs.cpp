@@ -1,67 +1,41 @@
 #include "rq7/CaptureArgs.h"
 
+#include "rq7/Cli.h"
+
 namespace rq7 {
 
-bool parseCaptureArgs(const std::vector<std::string>& args, unsigned allowed, CaptureArgs& out,
-                      std::string& error) {
-    struct Option {
-        const char* name;
-        CaptureOption bit;
-    };
-    static const Option OPTIONS[] = {
-        {"-o", OPT_OUT}, {"--image", OPT_IMAGE}, {"--trace", OPT_TRACE}, {"--dump", OPT_DUMP}};
-    for (size_t i = 0; i < args.size(); ++i) {
-        const std::string& arg = args[i];
-        if (arg == "-h" || arg == "--help") {
-            out.help = true;
-            return true;
-        }
-        const Option* option = nullptr;
-        for (const Option& o : OPTIONS)
-            if (arg == o.name && (allowed & o.bit)) option = &o;
-        if (!option) {
-            if (!arg.empty() && arg[0] == '-') {
-                error = "unknown option " + arg;
-                return false;
-            }
-            if (!out.file.empty()) {
-                error = "one configuration file only (" + out.file + ", " + arg + ")";
-                return false;
-            }
-            out.file = arg;
-            continue;
-        }
-        if (i + 1 >= args.size()) {
-            error = arg + " needs a value";
-            return false;
-        }
-        const std::string& value = args[++i];
-        switch (option->bit) {
-            case OPT_OUT: out.out = value; break;
-            case OPT_IMAGE: out.image = value; break;
-            case OPT_TRACE: out.traces.push_back(value); break;
-            case OPT_DUMP: {
-                DumpRequest request;
-                if (!parseDumpRequest(value, request) || (!request.file.empty() && !(allowed & OPT_DUMP_FILE))) {
-                    error = "--dump takes SPACE:ADDRESS:LENGTH" +
-                            std::string(allowed & OPT_DUMP_FILE ? " or SPACE:ADDRESS:@FILE" : "") + ", not " + value;
-                    return false;
-                }
-                out.dumps.push_back(request);
-                break;
-            }
-            default: break;
-        }
+namespace po = boost::program_options;
+
+CaptureArgs parseCaptureArgs(const std::vector<std::string>& args, unsigned allowed) {
+    po::options_description options;
+    options.add_options()("file", po::value<std::string>(), "");
+    if (allowed & OPT_OUT) options.add_options()("output,o", po::value<std::string>(), "");
+    if (allowed & OPT_IMAGE) options.add_options()("image", po::value<std::string>(), "");
+    if (allowed & OPT_TRACE) options.add_options()("trace", po::value<std::vector<std::string>>(), "");
+    if (allowed & OPT_DUMP) options.add_options()("dump", po::value<std::vector<std::string>>(), "");
+    po::positional_options_description positional;
+    positional.add("file", 1);
+    const po::variables_map values = parseArguments(args, options, positional);
+
+    CaptureArgs out;
+    if (!values.count("file")) throw UsageError("missing FILE");
+    out.file = values["file"].as<std::string>();
+    if (allowed & OPT_OUT) {
+        if (!values.count("output")) throw UsageError("missing -o DIR");
+        out.out = values["output"].as<std::string>();
     }
-    if (out.file.empty()) {
-        error = "no configuration file given";
-        return false;
-    }
-    if ((allowed & OPT_OUT) && out.out.empty()) {
-        error = "no output directory given (-o DIR)";
-        return false;
-    }
-    return true;
+    if (values.count("image")) out.image = values["image"].as<std::string>();
+    if (values.count("trace")) out.traces = values["trace"].as<std::vector<std::string>>();
+    if (values.count("dump"))
+        for (const std::string& text : values["dump"].as<std::vector<std::string>>()) {
+            DumpRequest request;
+            if (!parseDumpRequest(text, request) || (!request.file.empty() && !(allowed & OPT_DUMP_FILE)))
+                throw UsageError("--dump takes SPACE:ADDRESS:LENGTH" +
+                                 std::string(allowed & OPT_DUMP_FILE ? " or SPACE:ADDRESS:@FILE" : "") +
+                                 ", not '" + text + "'");
+            out.dumps.push_back(request);
+        }
+    return out;
 }
 
 }  // namespace rq7

@@ -1,6 +1,7 @@
 // rq7 capture: stops the trace sinks of a configured target, reads their
 // trace out over the debug server and writes it with a decoder snapshot.
 #include "rq7/CaptureArgs.h"
+#include "rq7/Cli.h"
 #include "rq7/Plan.h"
 #include "rq7/TargetMemory.h"
 
@@ -15,8 +16,8 @@
 
 namespace rq7 {
 
-const char CAPTURE_HELP[] =
-    "usage: rq7 capture FILE -o DIR [--dump SPACE:ADDRESS:LENGTH]...\n"
+const char* const captureHelp =
+    "Usage: rq7 capture FILE -o DIR [--dump SPACE:ADDRESS:LENGTH]...\n"
     "\n"
     "Over the debug server that FILE's Target Access block names (GTA): stops\n"
     "each enabled trace sink that stores trace (manual formatter flush, then\n"
@@ -164,16 +165,7 @@ std::set<unsigned> traceIdsIn(const std::vector<uint8_t>& bytes) {
 }  // namespace
 
 int captureCommand(const std::vector<std::string>& args) {
-    CaptureArgs a;
-    std::string error;
-    if (!parseCaptureArgs(args, OPT_OUT | OPT_DUMP, a, error)) {
-        std::cerr << "rq7 capture: " << error << "\n" << CAPTURE_HELP;
-        return EXIT_USAGE;
-    }
-    if (a.help) {
-        std::cout << CAPTURE_HELP;
-        return EXIT_OK;
-    }
+    const CaptureArgs a = parseCaptureArgs(args, OPT_OUT | OPT_DUMP);
     try {
         SnapshotContent content;
         content.setup = traceSetup(a.file, makePlan(a.file, PlanOptions()));
@@ -213,7 +205,7 @@ int captureCommand(const std::vector<std::string>& args) {
         return EXIT_USAGE;
     } catch (const std::exception& e) {
         std::cerr << "rq7 capture: " << e.what() << "\n";
-        return EXIT_FAILED;
+        return EXIT_FAIL;
     }
     return EXIT_OK;
 }

@@ -21,6 +21,11 @@ const char* const Usage = "Usage: rq7 SUBCOMMAND [OPTIONS] [ARGS]\n"
 const std::vector<Subcommand>& subcommands() {
     static const std::vector<Subcommand> table = {
         {"plan", "list every register access a run of a configuration makes", planHelp, planCommand},
+        {"snapshot", "write a trace decoder snapshot of a configuration", snapshotHelp, snapshotCommand},
+        {"capture", "stop the trace sinks, read their trace out and write a snapshot (GTA)", captureHelp,
+         captureCommand},
+        {"verify", "read back every register a configure run writes and report differences (GTA)",
+         verifyHelp, verifyCommand},
     };
     return table;
 }

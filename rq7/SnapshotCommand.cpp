@@ -1,6 +1,7 @@
 // rq7 snapshot: a decoder snapshot of what a configure run leaves in the
 // trace units, without a target.
 #include "rq7/CaptureArgs.h"
+#include "rq7/Cli.h"
 #include "rq7/Plan.h"
 #include "rq7/TargetMemory.h"
 #include "tools/gta-sim/GtaSim.h"
@@ -11,8 +12,8 @@
 
 namespace rq7 {
 
-const char SNAPSHOT_HELP[] =
-    "usage: rq7 snapshot FILE -o DIR [--image IMAGE] [--trace BUFFER]... [--dump SPEC]...\n"
+const char* const snapshotHelp =
+    "Usage: rq7 snapshot FILE -o DIR [--image IMAGE] [--trace BUFFER]... [--dump SPEC]...\n"
     "\n"
     "Writes a trace decoder snapshot directory DIR for configuration FILE: the\n"
     "register values its core trace units and STMs hold after a configure run,\n"
@@ -31,30 +32,18 @@ const char SNAPSHOT_HELP[] =
     "a file that cannot be loaded.\n";
 
 int snapshotCommand(const std::vector<std::string>& args) {
-    CaptureArgs a;
-    std::string error;
-    if (!parseCaptureArgs(args, OPT_OUT | OPT_IMAGE | OPT_TRACE | OPT_DUMP | OPT_DUMP_FILE, a, error)) {
-        std::cerr << "rq7 snapshot: " << error << "\n" << SNAPSHOT_HELP;
-        return EXIT_USAGE;
-    }
-    if (a.help) {
-        std::cout << SNAPSHOT_HELP;
-        return EXIT_OK;
-    }
+    const CaptureArgs a = parseCaptureArgs(args, OPT_OUT | OPT_IMAGE | OPT_TRACE | OPT_DUMP | OPT_DUMP_FILE);
     try {
         gtasim::MemoryImage image;
         PlanOptions options;
         if (!a.image.empty()) {
-            if (!image.load(a.image, false, error)) {
-                std::cerr << "rq7 snapshot: " << error << "\n";
-                return EXIT_USAGE;
-            }
+            image = loadMemoryImage(a.image);
             options.image = &image;
         }
         const Plan plan = makePlan(a.file, options);
         if (!plan.success) {
             std::cerr << "rq7 snapshot: a configure run of " << a.file << " would fail\n";
-            return EXIT_FAILED;
+            return EXIT_FAIL;
         }
         SnapshotContent content;
         content.setup = traceSetup(a.file, plan);
@@ -90,7 +79,7 @@ int snapshotCommand(const std::vector<std::string>& args) {
         return EXIT_USAGE;
     } catch (const std::exception& e) {
         std::cerr << "rq7 snapshot: " << e.what() << "\n";
-        return EXIT_FAILED;
+        return EXIT_FAIL;
     }
     return EXIT_OK;
 }

@@ -1,6 +1,7 @@
 // rq7 verify: reads back every register a configure run writes and reports
 // the ones whose value differs.
 #include "rq7/CaptureArgs.h"
+#include "rq7/Cli.h"
 #include "rq7/Plan.h"
 #include "rq7/TargetMemory.h"
 #include "tools/gta-sim/GtaSim.h"
@@ -13,8 +14,8 @@
 
 namespace rq7 {
 
-const char VERIFY_HELP[] =
-    "usage: rq7 verify FILE\n"
+const char* const verifyHelp =
+    "Usage: rq7 verify FILE\n"
     "\n"
     "Over the debug server that FILE's Target Access block names (GTA): reads\n"
     "back every register a configure run of FILE writes and prints one line per\n"
@@ -94,16 +95,7 @@ Plan planAgainstTarget(const std::string& file, TargetMemory& memory, const std:
 }  // namespace
 
 int verifyCommand(const std::vector<std::string>& args) {
-    CaptureArgs a;
-    std::string error;
-    if (!parseCaptureArgs(args, 0, a, error)) {
-        std::cerr << "rq7 verify: " << error << "\n" << VERIFY_HELP;
-        return EXIT_USAGE;
-    }
-    if (a.help) {
-        std::cout << VERIFY_HELP;
-        return EXIT_OK;
-    }
+    const CaptureArgs a = parseCaptureArgs(args, 0);
     unsigned differing = 0;
     try {
         std::unique_ptr<TargetMemory> memory = connectTarget(a.file);
@@ -139,9 +131,9 @@ int verifyCommand(const std::vector<std::string>& args) {
         return EXIT_USAGE;
     } catch (const std::exception& e) {
         std::cerr << "rq7 verify: " << e.what() << "\n";
-        return EXIT_FAILED;
+        return EXIT_FAIL;
     }
-    return differing ? EXIT_FAILED : EXIT_OK;
+    return differing ? EXIT_FAIL : EXIT_OK;
 }
 
 }  // namespace rq7
