@@ -2,6 +2,7 @@
 // the ones whose value differs.
 #include "rq7/CaptureArgs.h"
 #include "rq7/Cli.h"
+#include "rq7/Fields.h"
 #include "rq7/Plan.h"
 #include "rq7/TargetMemory.h"
 #include "tools/gta-sim/GtaSim.h"
@@ -123,8 +124,12 @@ int verifyCommand(const std::vector<std::string>& args) {
             const uint64_t diff = (reads ^ w.value) & bits;
             if (!diff) continue;
             ++differing;
+            std::string fields;
+            for (const std::string& f : differingFields(w.reg, w.value & bits, reads & bits))
+                fields += (fields.empty() ? "" : ", ") + f;
             std::cout << w.module << " " << w.reg << " " << hex(w.address, 1) << ": wrote " << hex(w.value, w.width)
-                      << ", reads " << hex(reads, w.width) << " (" << differingBits(diff) << ")\n";
+                      << ", reads " << hex(reads, w.width) << " (" << (fields.empty() ? differingBits(diff) : fields)
+                      << ")\n";
         }
     } catch (const LoadError& e) {
         std::cerr << "rq7 verify: " << e.what() << "\n";
