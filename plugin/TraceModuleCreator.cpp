@@ -66,6 +66,8 @@ boost::shared_ptr<TimestampUtils> TraceModuleCreator::sharedTimestampUtils() {
     return timestampSlot();
 }
 
+void TraceModuleCreator::forgetSharedObjects() { timestampSlot().reset(); }
+
 boost::shared_ptr<ConfigurationModule> TraceModuleCreator::createModule(
     boost::shared_ptr<ConfigBlock> block) {
     boost::shared_ptr<ConfigurationModule> none;

@@ -45,6 +45,9 @@ public:
 
     // The timestamp object that cores and STM modules built from now on share.
     static boost::shared_ptr<TimestampUtils> sharedTimestampUtils();
+    // Drops the shared timestamp object, so that a process that loads several
+    // configurations starts each one as a fresh run does.
+    static void forgetSharedObjects();
 };
 
 }  // namespace quorl

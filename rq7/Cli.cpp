@@ -21,6 +21,7 @@ const char* const Usage = "Usage: rq7 SUBCOMMAND [OPTIONS] [ARGS]\n"
 const std::vector<Subcommand>& subcommands() {
     static const std::vector<Subcommand> table = {
         {"plan", "list every register access a run of a configuration makes", planHelp, planCommand},
+        {"diff", "compare two configurations register by register", diffHelp, diffCommand},
         {"snapshot", "write a trace decoder snapshot of a configuration", snapshotHelp, snapshotCommand},
         {"capture", "stop the trace sinks, read their trace out and write a snapshot (GTA)", captureHelp,
          captureCommand},

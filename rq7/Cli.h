@@ -14,11 +14,13 @@ namespace rq7 {
 // Entry functions: `args` are the words after the subcommand's name. They
 // return the exit status and throw UsageError for a bad command line.
 int planCommand(const std::vector<std::string>& args);
+int diffCommand(const std::vector<std::string>& args);
 int snapshotCommand(const std::vector<std::string>& args);
 int captureCommand(const std::vector<std::string>& args);
 int verifyCommand(const std::vector<std::string>& args);
 
 extern const char* const planHelp;
+extern const char* const diffHelp;
 extern const char* const snapshotHelp;
 extern const char* const captureHelp;
 extern const char* const verifyHelp;

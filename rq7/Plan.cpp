@@ -5,6 +5,7 @@
 #include "common/src/Configuration.h"
 #include "common/src/ConfigurationLoader.h"
 #include "common/src/Names.h"
+#include "plugin/TraceModuleCreator.h"
 #include "plugin/TraceTargetConfigPluginKA2.h"
 #include "target.access/ExtAddress.h"
 #include "target.access/TaProcess.h"
@@ -235,6 +236,7 @@ Plan makePlan(const std::string& configFile, const PlanOptions& options) {
     // A file that cannot be read needs no loader's log line besides the message.
     if (!std::ifstream(configFile)) throw LoadError(describeLoadFailure(configFile));
     StdoutToStderr logToStderr;
+    quorl::TraceModuleCreator::forgetSharedObjects();
     CONFIG_KA2::TraceTargetConfigPluginKA2 plugin(PluginId, PluginVersion, configFile,
                                                   PluginClassName);
     boost::shared_ptr<quorl::Configuration> configuration = plugin.getConfiguration();

@@ -3,52 +3,69 @@
 #include "rq7/Fields.h"
 
 #include <algorithm>
-#include <array>
-#include <cstdio>
 
 namespace rq7 {
 
+namespace {
+
+const char Digits[] = "0123456789abcdef";
+
+unsigned hexDigits(unsigned widthBits) { return widthBits > 32 ? 16 : 8; }
+
+void appendHex(std::string& out, uint64_t value, unsigned digits) {
+    out += "0x";
+    for (unsigned i = digits; i-- > 0;) out += Digits[(value >> (4 * i)) & 0xf];
+}
+
+void appendPadded(std::string& out, const std::string& text, size_t width) {
+    out += text;
+    out.append(width - text.size(), ' ');
+}
+
+const std::string Dash = "-";
+const std::string& orDash(const std::string& text) { return text.empty() ? Dash : text; }
+
+unsigned addressBits(uint64_t address) { return address > 0xffffffffu ? 64 : 32; }
+
+}  // namespace
+
 std::string hexValue(uint64_t value, unsigned widthBits) {
-    char text[24];
-    const int digits = widthBits > 32 ? 16 : 8;
-    std::snprintf(text, sizeof text, "0x%0*llx", digits, static_cast<unsigned long long>(value));
+    std::string text;
+    appendHex(text, value, hexDigits(widthBits));
     return text;
 }
 
-std::string spaceText(const std::string& space) { return space.empty() ? "-" : space; }
+std::string spaceText(const std::string& space) { return orDash(space); }
 
 void printPlanText(std::ostream& out, const std::vector<Access>& accesses) {
-    enum { Op, Module, Register, Space, Address, Width, Value, Columns };
-    std::vector<std::array<std::string, Columns>> rows;
-    rows.reserve(accesses.size());
-    std::array<size_t, Columns> widths{};
-    for (const Access& access : accesses) {
-        std::array<std::string, Columns> row = {
-            access.op == Access::Op::Read ? "read" : "write",
-            access.module.empty() ? "-" : access.module,
-            access.reg.empty() ? "-" : access.reg,
-            spaceText(access.space),
-            hexValue(access.address, access.address > 0xffffffffu ? 64 : 32),
-            std::to_string(access.width),
-            hexValue(access.value, access.width)};
-        for (size_t i = 0; i < Columns; ++i) widths[i] = std::max(widths[i], row[i].size());
-        rows.push_back(std::move(row));
+    size_t module = 0, reg = 0, space = 0, address = 0, width = 0;
+    for (const Access& a : accesses) {
+        module = std::max(module, orDash(a.module).size());
+        reg = std::max(reg, orDash(a.reg).size());
+        space = std::max(space, orDash(a.space).size());
+        address = std::max<size_t>(address, 2 + hexDigits(addressBits(a.address)));
+        width = std::max(width, std::to_string(a.width).size());
     }
     std::string line;
-    for (size_t r = 0; r < rows.size(); ++r) {
+    for (const Access& a : accesses) {
         line.clear();
-        for (size_t i = 0; i < Columns; ++i) {
-            const std::string& cell = rows[r][i];
-            // Numbers align right, names left.
-            const std::string pad(widths[i] - cell.size(), ' ');
-            line += i == Width ? pad + cell : cell + pad;
-            if (i + 1 < Columns) line += "  ";
+        line += a.op == Access::Op::Read ? "read   " : "write  ";
+        appendPadded(line, orDash(a.module), module + 2);
+        appendPadded(line, orDash(a.reg), reg + 2);
+        appendPadded(line, orDash(a.space), space + 2);
+        const size_t at = line.size();
+        appendHex(line, a.address, hexDigits(addressBits(a.address)));
+        line.append(at + address + 2 - line.size(), ' ');
+        const std::string bits = std::to_string(a.width);
+        line.append(width - bits.size(), ' ');
+        line += bits;
+        line += "  ";
+        appendHex(line, a.value, hexDigits(a.width));
+        const std::string fields = describeFields(a.reg, a.value);
+        if (!fields.empty()) {
+            line.append(2 + 18 - (2 + hexDigits(a.width)), ' ');
+            line += fields;
         }
-        const std::string fields = describeFields(accesses[r].reg, accesses[r].value);
-        if (!fields.empty())
-            line += "  " + fields;
-        else
-            line.erase(line.find_last_not_of(' ') + 1);
         line += '\n';
         out << line;
     }

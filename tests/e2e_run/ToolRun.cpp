@@ -45,12 +45,17 @@ void copyFile(const std::string& from, const std::string& to) { writeFile(to, re
 
 ToolResult runTool(const std::vector<std::string>& args, const std::string& workDir,
                    int limitSeconds) {
+    return runProgram(RQ7_CONFIG_BINARY, args, workDir, limitSeconds);
+}
+
+ToolResult runProgram(const std::string& program, const std::vector<std::string>& args,
+                      const std::string& workDir, int limitSeconds) {
     const std::string outPath = workDir + "/.stdout";
     const std::string errPath = workDir + "/.stderr";
     ToolResult result;
 
     // Everything the child needs is prepared before the fork.
-    std::string binary = RQ7_CONFIG_BINARY;
+    std::string binary = program;
     std::vector<std::string> copies(args);
     std::vector<char*> argv;
     argv.push_back(&binary[0]);

@@ -31,6 +31,9 @@ private:
 // Runs the tool with `args`; a run longer than `limitSeconds` is killed.
 ToolResult runTool(const std::vector<std::string>& args, const std::string& workDir,
                    int limitSeconds = 60);
+// The same for any program.
+ToolResult runProgram(const std::string& program, const std::vector<std::string>& args,
+                      const std::string& workDir, int limitSeconds = 60);
 
 // "- 14:03:22.125 [" becomes "- HH:MM:SS.mmm [" at the start of every line.
 std::string maskLogTimes(const std::string& text);

@@ -1,0 +1,73 @@
+// rq7 plan of a generated 64-core SoC against loading that file alone, in
+// one process: the plan (load, modules, every access recorded, text written
+// to memory) should cost at most 1.5 times the load.
+//
+// Times are CPU time of this thread, so that other work on a shared machine
+// inflates neither side (wall-clock figures are noisy there).
+//
+// Counters:
+//   load_ms    loading the configuration file
+//   plan_ms    makePlan of the same file plus its text output
+//   accesses   register accesses in the plan
+//   ratio      plan_ms / load_ms (goal: at most 1.5)
+#include "common/src/ConfigurationLoader.h"
+#include "rq7/Plan.h"
+#include "rq7/PlanText.h"
+#include "tools/socgen/SocGen.h"
+
+#include <benchmark/benchmark.h>
+
+#include <ctime>
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+#include <stdexcept>
+#include <string>
+#include <unistd.h>
+
+namespace {
+
+double cpuMs() {
+    timespec t{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &t);
+    return t.tv_sec * 1e3 + t.tv_nsec / 1e6;
+}
+
+std::string writeSoc(unsigned cores) {
+    char pattern[] = "/tmp/rq7-plan-bench-XXXXXX";
+    if (!mkdtemp(pattern)) throw std::runtime_error("mkdtemp");
+    const std::string path = std::string(pattern) + "/soc.xml";
+    std::ofstream(path, std::ios::binary) << socgen::generatedSoc(cores);
+    return path;
+}
+
+void BM_PlanAgainstLoad64(benchmark::State& state) {
+    const std::string path = writeSoc(64);
+    double loadMs = 0, planMs = 0;
+    size_t accesses = 0;
+    for (auto _ : state) {
+        // Loaded and freed again, as the plan's own copy is.
+        double start = cpuMs();
+        if (!quorl::loadConfiguration(path)) throw std::runtime_error("load failed");
+        loadMs += (cpuMs() - start);
+
+        start = cpuMs();
+        const rq7::Plan plan = rq7::makePlan(path, rq7::PlanOptions());
+        std::ostringstream text;
+        rq7::printPlanText(text, plan.accesses);
+        planMs += (cpuMs() - start);
+        accesses = plan.accesses.size();
+        benchmark::DoNotOptimize(text.str().size());
+    }
+    const double n = double(state.iterations());
+    state.counters["load_ms"] = loadMs / n;
+    state.counters["plan_ms"] = planMs / n;
+    state.counters["accesses"] = double(accesses);
+    state.counters["ratio"] = planMs / loadMs;
+    std::remove(path.c_str());
+}
+BENCHMARK(BM_PlanAgainstLoad64)->Unit(benchmark::kMillisecond)->Iterations(20);
+
+}  // namespace
+
+BENCHMARK_MAIN();
