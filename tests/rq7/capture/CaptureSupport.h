@@ -48,7 +48,7 @@ inline bool haveLister() { return ::access(LISTER, X_OK) == 0; }
 
 // trc_pkt_lister's decode of a snapshot directory.
 inline std::string decode(const std::string& dir, const std::string& workDir) {
-    return rq7e2e::runTool({LISTER, "-ss_dir", dir, "-decode"}, workDir).out;
+    return rq7e2e::runProgram(LISTER, {"-ss_dir", dir, "-decode"}, workDir).out;
 }
 
 inline size_t count(const std::string& text, const std::string& what) {

@@ -51,11 +51,8 @@ public:
         writeFile(config(), editedExample(all));
     }
     std::string config() const { return dir.file("trace.xml"); }
-    rq7e2e::ToolResult configure() { return runTool({RQ7_CONFIG_BINARY, "-c", config()}, dir.path()); }
-    rq7e2e::ToolResult rq7(std::vector<std::string> args) {
-        args.insert(args.begin(), RQ7_BINARY);
-        return runTool(args, dir.path());
-    }
+    rq7e2e::ToolResult configure() { return runTool({"-c", config()}, dir.path()); }
+    rq7e2e::ToolResult rq7(const std::vector<std::string>& args) { return rq7e2e::runProgram(RQ7_BINARY, args, dir.path()); }
     rq7e2e::ToolResult capture() {
         return rq7({"capture", config(), "-o", snapshot(), "--dump", "AXI:" + hexText(CODE_ADDRESS) + ":20"});
     }
