@@ -6,7 +6,8 @@ pkgs=(g++ cmake ninja-build pkg-config
       libboost-dev libboost-program-options-dev libboost-thread-dev
       libboost-system-dev libboost-filesystem-dev
       libxml2-dev googletest libgtest-dev libgmock-dev libbenchmark-dev
-      nlohmann-json3-dev)
+      nlohmann-json3-dev
+      libopencsd-bin)  # trc_pkt_lister: the capture tests decode with it
 missing=()
 for p in "${pkgs[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q 'install ok installed' || missing+=("$p")
