@@ -20,7 +20,7 @@ const char USAGE[] =
     "usage: gta-sim [options]\n"
     "  --port N          TCP port to listen on (0: pick a free one; default 0)\n"
     "  --address A       IPv4 address to bind (default 127.0.0.1)\n"
-    "  --image FILE      preload memory: lines \"space address value [width]\"\n"
+    "  --image FILE      preload memory (repeatable): lines \"space address value [width]\"\n"
     "                    or \"space address @file\" (a binary file's bytes)\n"
     "  --clear-on-write SPACE:ADDRESS:MASK\n"
     "                    bits of MASK read as 0 after a write to that register\n"
@@ -46,7 +46,8 @@ bool parsePort(const char* text, uint16_t& port) {
 
 int main(int argc, char** argv) {
     gtasim::Options options;
-    std::string imagePath, logPath;
+    std::vector<std::string> imagePaths;
+    std::string logPath;
     bool quiet = false;
     for (int i = 1; i < argc; ++i) {
         std::string arg = argv[i];
@@ -68,7 +69,7 @@ int main(int argc, char** argv) {
         } else if (arg == "--address") {
             options.bindAddress = value();
         } else if (arg == "--image") {
-            imagePath = value();
+            imagePaths.push_back(value());
         } else if (arg == "--spaces") {
             options.memorySpaces.clear();
             std::string list = value(), name;
@@ -108,10 +109,11 @@ int main(int argc, char** argv) {
 
     gtasim::MemoryImage image;
     std::string error;
-    if (!imagePath.empty() && !image.load(imagePath, options.bigEndian, error)) {
-        std::cerr << "gta-sim: " << error << "\n";
-        return 2;
-    }
+    for (const std::string& path : imagePaths)  // later files write over earlier ones
+        if (!image.load(path, options.bigEndian, error)) {
+            std::cerr << "gta-sim: " << error << "\n";
+            return 2;
+        }
     FILE* logFile = stdout;
     if (!logPath.empty() && !(logFile = std::fopen(logPath.c_str(), "a"))) {
         std::cerr << "gta-sim: cannot open " << logPath << ": " << std::strerror(errno) << "\n";

@@ -152,6 +152,19 @@ INSTANTIATE_TEST_SUITE_P(Sinks, Capture,
                                            Scenario{"unknown_id", 0x55, Scenario::Ddr, false}),
                          [](const ::testing::TestParamInfo<Scenario>& info) { return info.param.name; });
 
+// The README's example: the shipped trace image decodes as it says.
+TEST(CaptureExample, ShippedTraceImageDecodes) {
+    if (!haveLister()) GTEST_SKIP() << LISTER << " is not installed";
+    CaptureRun run(readFile(std::string(RQ7_SIM_DIR) + "/ka7710x-trace.image"),
+                   {"--clear-on-write", "APB:" + DDR_FFCR + ":0x40"}, {});
+    ASSERT_EQ(run.configure().status, 0);
+    const auto captured = run.capture();
+    ASSERT_EQ(captured.status, 0) << captured.err;
+    const std::string decoded = decode(run.snapshot(), run.dir.path());
+    EXPECT_EQ(count(decoded, "exec range=0x40001000:[0x4000100c]"), 3u) << decoded;
+    EXPECT_NE(decoded.find("TS=0x000123456789"), std::string::npos) << decoded;
+}
+
 // Failures end with a message and status 1, and leave nothing under the
 // snapshot's name: a flush that never completes, a server that is gone.
 TEST(CaptureFailure, LeavesNoSnapshot) {
