@@ -1,6 +1,9 @@
 #include "rq7/CaptureArgs.h"
 
 #include "rq7/Cli.h"
+#include "rq7/Plan.h"
+
+#include <iostream>
 
 namespace rq7 {
 
@@ -36,6 +39,17 @@ CaptureArgs parseCaptureArgs(const std::vector<std::string>& args, unsigned allo
             out.dumps.push_back(request);
         }
     return out;
+}
+
+int reportingFailures(const char* name, const std::function<int()>& body) {
+    try {
+        return body();
+    } catch (const LoadError&) {
+        throw;
+    } catch (const std::exception& e) {
+        std::cerr << "rq7 " << name << ": " << e.what() << std::endl;
+        return EXIT_FAIL;
+    }
 }
 
 }  // namespace rq7

@@ -3,6 +3,7 @@
 //   FILE [-o DIR] [--image IMAGE] [--trace BUFFER]... [--dump SPEC]...
 #include "rq7/Snapshot.h"
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -18,5 +19,10 @@ enum CaptureOption : unsigned { OPT_OUT = 1, OPT_IMAGE = 2, OPT_TRACE = 4, OPT_D
 
 // Takes the options in `allowed`; throws UsageError.
 CaptureArgs parseCaptureArgs(const std::vector<std::string>& args, unsigned allowed);
+
+// Runs a command's body. A file that cannot be loaded goes on to the
+// dispatcher (status 2); any other failure, of the debug server or of
+// writing, is one "rq7 NAME: message" line and status 1.
+int reportingFailures(const char* name, const std::function<int()>& body);
 
 }  // namespace rq7

@@ -166,7 +166,7 @@ std::set<unsigned> traceIdsIn(const std::vector<uint8_t>& bytes) {
 
 int captureCommand(const std::vector<std::string>& args) {
     const CaptureArgs a = parseCaptureArgs(args, OPT_OUT | OPT_DUMP);
-    try {
+    return reportingFailures("capture", [&] {
         SnapshotContent content;
         content.setup = traceSetup(a.file, makePlan(a.file, PlanOptions()));
         std::unique_ptr<TargetMemory> memory = connectTarget(a.file);
@@ -200,14 +200,8 @@ int captureCommand(const std::vector<std::string>& args) {
         for (const TraceBuffer& buffer : content.buffers) total += buffer.bytes.size();
         std::cerr << "rq7 capture: " << content.buffers.size() << " buffer(s), " << total << " bytes, written to "
                   << a.out << "\n";
-    } catch (const LoadError& e) {
-        std::cerr << "rq7 capture: " << e.what() << "\n";
-        return EXIT_USAGE;
-    } catch (const std::exception& e) {
-        std::cerr << "rq7 capture: " << e.what() << "\n";
-        return EXIT_FAIL;
-    }
-    return EXIT_OK;
+        return EXIT_OK;
+    });
 }
 
 }  // namespace rq7

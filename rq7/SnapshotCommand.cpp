@@ -33,7 +33,7 @@ const char* const snapshotHelp =
 
 int snapshotCommand(const std::vector<std::string>& args) {
     const CaptureArgs a = parseCaptureArgs(args, OPT_OUT | OPT_IMAGE | OPT_TRACE | OPT_DUMP | OPT_DUMP_FILE);
-    try {
+    return reportingFailures("snapshot", [&] {
         gtasim::MemoryImage image;
         PlanOptions options;
         if (!a.image.empty()) {
@@ -74,14 +74,8 @@ int snapshotCommand(const std::vector<std::string>& args) {
                       << a.traces.size() - next << " left out\n";
         for (const DumpRequest& d : a.dumps) content.dumps.push_back(loadDump(d, memory.get()));
         writeSnapshot(snapshotFiles(content), a.out);
-    } catch (const LoadError& e) {
-        std::cerr << "rq7 snapshot: " << e.what() << "\n";
-        return EXIT_USAGE;
-    } catch (const std::exception& e) {
-        std::cerr << "rq7 snapshot: " << e.what() << "\n";
-        return EXIT_FAIL;
-    }
-    return EXIT_OK;
+        return EXIT_OK;
+    });
 }
 
 }  // namespace rq7

@@ -97,8 +97,8 @@ Plan planAgainstTarget(const std::string& file, TargetMemory& memory, const std:
 
 int verifyCommand(const std::vector<std::string>& args) {
     const CaptureArgs a = parseCaptureArgs(args, 0);
-    unsigned differing = 0;
-    try {
+    return reportingFailures("verify", [&] {
+        unsigned differing = 0;
         std::unique_ptr<TargetMemory> memory = connectTarget(a.file);
         const Plan plan = planAgainstTarget(a.file, *memory, memory->defaultSpace());
         // The last write of each register, in order of the first.
@@ -131,14 +131,8 @@ int verifyCommand(const std::vector<std::string>& args) {
                       << ", reads " << hex(reads, w.width) << " (" << (fields.empty() ? differingBits(diff) : fields)
                       << ")\n";
         }
-    } catch (const LoadError& e) {
-        std::cerr << "rq7 verify: " << e.what() << "\n";
-        return EXIT_USAGE;
-    } catch (const std::exception& e) {
-        std::cerr << "rq7 verify: " << e.what() << "\n";
-        return EXIT_FAIL;
-    }
-    return differing ? EXIT_FAIL : EXIT_OK;
+        return differing ? EXIT_FAIL : EXIT_OK;
+    });
 }
 
 }  // namespace rq7
