@@ -167,9 +167,9 @@ std::set<unsigned> traceIdsIn(const std::vector<uint8_t>& bytes) {
 int captureCommand(const std::vector<std::string>& args) {
     const CaptureArgs a = parseCaptureArgs(args, OPT_OUT | OPT_DUMP);
     return reportingFailures("capture", [&] {
-        SnapshotContent content;
-        content.setup = traceSetup(a.file, makePlan(a.file, PlanOptions()));
         std::unique_ptr<TargetMemory> memory = connectTarget(a.file);
+        SnapshotContent content;
+        content.setup = traceSetup(a.file, planAgainstTarget(a.file, *memory));
 
         std::set<unsigned> known;
         for (const TraceSink& sink : content.setup.sinks) {

@@ -13,6 +13,7 @@
 #include <cstdio>
 #include <fstream>
 #include <iterator>
+#include <set>
 #include <stdexcept>
 
 namespace rq7 {
@@ -42,10 +43,10 @@ class ServerMemory : public TargetMemory {
 public:
     ServerMemory(boost::shared_ptr<quorl::TaProcess> process, std::string server)
         : process(std::move(process)), server(std::move(server)) {
-        // The process has just loaded the server's spaces; the first is the default.
-        if (!quorl::ExtAddress::memorySpaceIds.empty()) firstSpace = quorl::ExtAddress::memorySpaceIds.front();
+        // The process has just loaded the server's spaces.
+        serverSpaces = quorl::ExtAddress::memorySpaceIds;
     }
-    std::string defaultSpace() const override { return firstSpace; }
+    std::vector<std::string> spaces() const override { return serverSpaces; }
     uint64_t read(const std::string& space, uint64_t address, unsigned bits) override {
         uint64_t value = 0;
         access("read of", space, address, [&] { process->readMemory(quorl::ExtAddress(address, space), bits / 8, 1, &value); });
@@ -72,7 +73,8 @@ private:
     }
 
     boost::shared_ptr<quorl::TaProcess> process;
-    std::string server, firstSpace;
+    std::string server;
+    std::vector<std::string> serverSpaces;
 };
 
 }  // namespace
@@ -82,7 +84,14 @@ std::unique_ptr<TargetMemory> imageMemory(const gtasim::MemoryImage& image) {
 }
 
 std::unique_ptr<TargetMemory> connectTarget(const std::string& configFile) {
-    auto configuration = quorl::loadConfiguration(configFile);
+    std::ifstream in(configFile, std::ios::binary);
+    const std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    xrt::exrt_error code{};
+    auto configuration = quorl::hasConfigurationExtension(configFile)
+                             ? quorl::loadConfigurationFromMemory(text.data(), text.size(), &code)
+                             : nullptr;
+    // A file that does not load: the plan says why, as for every subcommand.
+    if (!configuration) makePlan(configFile, PlanOptions());
     auto block = configuration ? configuration->getConfigBlock(quorl::BLOCK_TARGET_ACCESS) : nullptr;
     if (!block) throw std::runtime_error(configFile + ": no 'Target Access' block");
     auto address = quorl::getTypedAttribute<quorl::StringAttribute>(*block, quorl::ATTR_SERVER_ADDRESS);
@@ -127,6 +136,30 @@ void readRange(TargetMemory& memory, const std::string& space, uint64_t address,
         done += n;
         if (progress) progress(done);
     }
+}
+
+Plan planAgainstTarget(const std::string& configFile, TargetMemory& memory) {
+    const unsigned MAX_ROUNDS = 4;
+    gtasim::MemoryImage image;
+    const std::vector<std::string> spaces = memory.spaces();
+    for (const std::string& space : spaces) image.write(space, 0, nullptr, 0);  // known, still empty
+    const std::string defaultSpace = spaces.empty() ? std::string() : spaces.front();
+    PlanOptions options;
+    options.image = &image;
+    Plan plan = makePlan(configFile, options);
+    std::set<std::pair<std::string, uint64_t>> known;
+    for (unsigned round = 1; round < MAX_ROUNDS; ++round) {
+        bool added = false;
+        for (const Access& a : plan.accesses) {
+            if (a.op != Access::Op::Read || !known.insert({a.space, a.address}).second) continue;
+            const uint64_t value = memory.read(a.space, a.address, a.width);
+            image.writeValue(a.space.empty() ? defaultSpace : a.space, a.address, value, a.width / 8, false);
+            added = true;
+        }
+        if (!added) break;
+        plan = makePlan(configFile, options);
+    }
+    return plan;
 }
 
 MemoryDump loadDump(const DumpRequest& request, TargetMemory* memory) {

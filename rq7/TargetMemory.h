@@ -2,12 +2,14 @@
 // Memory that capture, snapshot and verify read registers and buffers from:
 // a target behind the configuration's debug server, or a gta-sim memory
 // image standing in for one.
+#include "rq7/Plan.h"
 #include "rq7/Snapshot.h"
 
 #include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace gtasim {
 class MemoryImage;
@@ -22,8 +24,8 @@ public:
     virtual uint64_t read(const std::string& space, uint64_t address, unsigned bits) = 0;
     virtual void write32(const std::string& space, uint64_t address, uint32_t value) = 0;
     virtual void readBytes(const std::string& space, uint64_t address, uint8_t* out, uint32_t size) = 0;
-    // The space an empty name stands for.
-    virtual std::string defaultSpace() const { return ""; }
+    // The memory spaces it offers; the first stands for an empty name.
+    virtual std::vector<std::string> spaces() const { return {}; }
     uint32_t read32(const std::string& space, uint64_t address) {
         return static_cast<uint32_t>(read(space, address, 32));
     }
@@ -47,6 +49,11 @@ UnitRegisters defaultUnitRegisters(const TraceUnit& unit);
 // `progress` (may be empty) hears the bytes done so far.
 void readRange(TargetMemory& memory, const std::string& space, uint64_t address, uint64_t size,
                std::vector<uint8_t>& out, const std::function<void(uint64_t)>& progress);
+
+// The plan of a configure run whose reads answer what `memory` holds now:
+// each round reads what the last plan read, until no new address comes up.
+// Modules keep the memory spaces of the target.
+Plan planAgainstTarget(const std::string& configFile, TargetMemory& memory);
 
 // The memory a --dump asks for: a file's bytes, or read from `memory`
 // (null: there is none to read, which throws std::runtime_error).

@@ -32,8 +32,6 @@ const char* const verifyHelp =
 
 namespace {
 
-const unsigned MAX_PLAN_ROUNDS = 4;
-
 bool endsWith(const std::string& text, const char* tail) {
     const std::string t(tail);
     return text.size() >= t.size() && text.compare(text.size() - t.size(), t.size(), t) == 0;
@@ -71,28 +69,6 @@ std::string hex(uint64_t value, unsigned bits) {
 
 using Location = std::pair<std::string, uint64_t>;  // memory space, address
 
-// The plan of a configure run whose reads answer what the target holds now:
-// each round reads what the last plan read, until no new address comes up.
-Plan planAgainstTarget(const std::string& file, TargetMemory& memory, const std::string& defaultSpace) {
-    gtasim::MemoryImage image;
-    std::set<Location> known;
-    PlanOptions options;
-    Plan plan = makePlan(file, options);
-    for (unsigned round = 0; round < MAX_PLAN_ROUNDS; ++round) {
-        bool added = false;
-        for (const Access& a : plan.accesses) {
-            if (a.op != Access::Op::Read || !known.insert({a.space, a.address}).second) continue;
-            const uint64_t value = memory.read(a.space, a.address, a.width);
-            image.writeValue(a.space.empty() ? defaultSpace : a.space, a.address, value, a.width / 8, false);
-            added = true;
-        }
-        if (!added && options.image) break;
-        options.image = &image;
-        plan = makePlan(file, options);
-    }
-    return plan;
-}
-
 }  // namespace
 
 int verifyCommand(const std::vector<std::string>& args) {
@@ -100,7 +76,7 @@ int verifyCommand(const std::vector<std::string>& args) {
     return reportingFailures("verify", [&] {
         unsigned differing = 0;
         std::unique_ptr<TargetMemory> memory = connectTarget(a.file);
-        const Plan plan = planAgainstTarget(a.file, *memory, memory->defaultSpace());
+        const Plan plan = planAgainstTarget(a.file, *memory);
         // The last write of each register, in order of the first.
         std::vector<Location> order;
         std::map<Location, const Access*> last;

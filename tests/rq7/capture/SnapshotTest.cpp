@@ -101,6 +101,7 @@ TEST(SnapshotCommand, RefusesBadInput) {
     ScratchDir dir;
     writeFile(dir.file("trace.xml"), readFile(EXAMPLE));
     writeFile(dir.file("broken.xml"), "<QUORL>");
+    writeFile(dir.file("logger.xml"), readFile(std::string(RQ7_EXAMPLES_DIR) + "/ka7710x_logger.xml"));
     struct Row {
         std::vector<std::string> args;
         int status;
@@ -114,11 +115,15 @@ TEST(SnapshotCommand, RefusesBadInput) {
         {{"snapshot", dir.file("broken.xml"), "-o", dir.file("s")}, 2, "broken.xml"},
         {{"snapshot", dir.file("trace.xml"), "-o", dir.file("s"), "--dump", "AXI:0:16"}, 1, "--image"},
         {{"snapshot", dir.file("trace.xml"), "-o", dir.file("s"), "--trace", dir.file("none")}, 1, "none"},
+        {{"capture", dir.file("broken.xml"), "-o", dir.file("s")}, 2, "broken.xml"},
+        {{"verify", dir.file("logger.xml")}, 1, "names no GTA debug server"},
+        {{"capture", dir.file("logger.xml"), "-o", dir.file("s")}, 1, "names no GTA debug server"},
     };
     for (const Row& r : rows) {
         const auto result = rq7e2e::runProgram(RQ7_BINARY, r.args, dir.path());
         EXPECT_EQ(result.status, r.status) << result.err;
         EXPECT_NE(result.err.find(r.message), std::string::npos) << result.err;
+        EXPECT_EQ(result.out, "");
         EXPECT_EQ(::access(dir.file("s").c_str(), F_OK), -1) << "no partial snapshot";
     }
 }
