@@ -33,6 +33,9 @@ struct Sim {
         std::mt19937 random(7);
         for (auto& b : bytes) b = static_cast<uint8_t>(random());
         image.write("APB", BUFFER_BASE, bytes.data(), bytes.size());
+        // As a configure run leaves the sink, then full up to its end.
+        image.writeValue("APB", 0x80060118, BUFFER_BASE, 4, false);       // DBALO
+        image.writeValue("APB", 0x80060004, BUFFER_SIZE / 4, 4, false);   // RSZ, words
         image.writeValue("APB", 0x80060018, BUFFER_BASE + BUFFER_SIZE, 4, false);  // RWP
         gtasim::Options options;
         options.clearOnWrite.push_back({"APB", 0x80060304, 0x40});  // the flush completes at once
