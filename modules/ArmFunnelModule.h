@@ -1,10 +1,9 @@
 #pragma once
 // A CoreSight funnel: merges up to eight trace streams into one. Its port
 // enables and priorities are gathered by the plugin from the port blocks.
+#include "modules/FunnelRegisters.h"
 #include "plugin/base/ConfigurationModule.h"
-#include "target.access/quorl/register.h"
 
-#include <array>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -16,10 +15,6 @@ extern Log logArmFunnelModule;  // shared by funnels and their ports
 
 class ArmFunnelModule : public ConfigurationModule {
 public:
-    // Register indices, in the order of the register map.
-    enum RegisterId { LAR, CSTFCR, CSTFPCR, REGISTER_COUNT };
-    static const uint32_t PORT_COUNT = 8;
-
     ArmFunnelModule(std::string name, boost::shared_ptr<ConfigBlock> block);
 
     uint32_t getModuleType() const override { return FunnelOrObserver; }
@@ -38,7 +33,6 @@ public:
 
 
 private:
-    Register<unsigned int>& reg(RegisterId id) { return registers[id]; }
     unsigned int controlValue() const;
     unsigned int priorityValue() const;
 
@@ -47,7 +41,7 @@ private:
     uint64_t baseAddress = 0;
     // The base address came from the block; without it nothing is accessed.
     bool baseAddressRead = false;
-    std::array<Register<unsigned int>, REGISTER_COUNT> registers;
+    RegisterArray<funnel::RegisterId, unsigned int, funnel::REGISTER_COUNT> registers;
 };
 
 }  // namespace quorl

@@ -1,6 +1,7 @@
 #pragma once
 // One input port of a funnel. It owns no hardware: the plugin hands its
 // enable and priority to the funnel, which programs them.
+#include "modules/FunnelRegisters.h"
 #include "plugin/base/ConfigurationModule.h"
 
 #include <cstdint>
@@ -10,8 +11,8 @@ namespace quorl {
 
 class ArmFunnelPortModule : public ConfigurationModule {
 public:
-    static const uint32_t MAX_PORT = 7;
-    static const uint32_t LOWEST_PRIORITY = 7;
+    static const uint32_t MAX_PORT = funnel::PORT_COUNT - 1;
+    static const uint32_t LOWEST_PRIORITY = funnel::CSTFPCR_PRIPORT[0].mask();  // largest PRIPORTn value
 
     ArmFunnelPortModule(std::string name, boost::shared_ptr<ConfigBlock> block);
 

@@ -145,8 +145,8 @@ void GppTraceModule::buildRegisters() {
     // registers stay uninitialised and the arrays empty, and configure and
     // reset leave the target alone.
     if (baseAddressRead) {
-        quorl::buildRegisters(registers32, registerMap, baseAddress, memorySpace);
-        quorl::buildRegisters(registers64, registerMap, baseAddress, memorySpace);
+        registers32.build(registerMap32, baseAddress, memorySpace);
+        registers64.build(registerMap64, baseAddress, memorySpace);
     }
     auto size = [&](const ArrayDef& def) { return baseAddressRead ? def.maximum : 0u; };
     resourceSelectors.reset(new RegisterManager<uint32_t>(baseAddress + TRCRSCTLR.offset, memorySpace,
@@ -159,15 +159,15 @@ void GppTraceModule::buildRegisters() {
                                                      size(TRCACATR), TRCACATR.prefix));
 }
 
-void GppTraceModule::write(boost::shared_ptr<TaProcess> process, RegisterId id, uint32_t value) {
+void GppTraceModule::write(boost::shared_ptr<TaProcess> process, Register32 id, uint32_t value) {
     registers32[id].write(process, value);
 }
 
-uint32_t GppTraceModule::read(boost::shared_ptr<TaProcess> process, RegisterId id) {
+uint32_t GppTraceModule::read(boost::shared_ptr<TaProcess> process, Register32 id) {
     return registers32[id].read(process);
 }
 
-void GppTraceModule::resetRegister(boost::shared_ptr<TaProcess> process, RegisterId id) {
+void GppTraceModule::resetRegister(boost::shared_ptr<TaProcess> process, Register32 id) {
     registers32[id].reset(process);
 }
 
@@ -197,16 +197,16 @@ bool GppTraceModule::isSecondaryLockstepCore(boost::shared_ptr<TaProcess> proces
 
 void GppTraceModule::unlock(boost::shared_ptr<TaProcess> process) {
     write(process, TRCOSLAR, TRCOSLAR_UNLOCKED);
-    write(process, TRCLAR, TRCLAR_KEY);
+    write(process, TRCLAR, CS_LAR_UNLOCK_KEY);
 }
 
 void GppTraceModule::discoverResources(boost::shared_ptr<TaProcess> process) {
     read(process, TRCIDR2);  // not used, but the unit sees the read
     const uint32_t id4 = read(process, TRCIDR4);
-    const uint32_t addressComparators = (id4 & TRCIDR4_NUMACPAIRS_MASK) * 2;
+    const uint32_t addressComparators = TRCIDR4_NUMACPAIRS.get(id4) * 2;
     // NUMRSPAIR counts the selector pairs beyond the fixed pair 0.
-    const uint32_t selectors = ((id4 >> TRCIDR4_NUMRSPAIR_SHIFT) & TRCIDR4_NUMRSPAIR_MASK) * 2 + 2;
-    const uint32_t vmids = id4 >> TRCIDR4_NUMVMIDC_SHIFT;
+    const uint32_t selectors = TRCIDR4_NUMRSPAIR.get(id4) * 2 + 2;
+    const uint32_t vmids = TRCIDR4_NUMVMIDC.get(id4);
 
     addressValues->setNumberOfResources(addressComparators);
     addressTypes->setNumberOfResources(addressComparators);
@@ -226,20 +226,20 @@ bool GppTraceModule::configure(boost::shared_ptr<TaProcess> process) {
     discoverResources(process);
     if (timestamp && timestampUtils) timestampUtils->configure(process);
 
-    uint32_t config = TRCCONFIGR_INSTP0_LOAD_STORE | TRCCONFIGR_CID;
+    uint32_t config = TRCCONFIGR_INSTP0(INSTP0_LOAD_STORE) | TRCCONFIGR_CID.mask();
     bool dataTrace = false;
-    if (timestamp) config |= TRCCONFIGR_TS;
-    if (!vmidComparators->registers.empty()) config |= TRCCONFIGR_VMID;
-    if (cycleCounting) config |= TRCCONFIGR_CCI;
+    if (timestamp) config |= TRCCONFIGR_TS.mask();
+    if (!vmidComparators->registers.empty()) config |= TRCCONFIGR_VMID.mask();
+    if (cycleCounting) config |= TRCCONFIGR_CCI.mask();
     auto scenario = [&](const char* s) {
         return std::find(traceScenarios.begin(), traceScenarios.end(), s) != traceScenarios.end();
     };
     if (scenario(DATA_ADDRESS_SCENARIO)) {
-        config |= TRCCONFIGR_DA;
+        config |= TRCCONFIGR_DA.mask();
         dataTrace = true;
     }
     if (scenario(DATA_VALUE_SCENARIO)) {
-        config |= TRCCONFIGR_DV;
+        config |= TRCCONFIGR_DV.mask();
         dataTrace = true;
     }
 
@@ -249,19 +249,19 @@ bool GppTraceModule::configure(boost::shared_ptr<TaProcess> process) {
     write(process, TRCEVENTCTL0R, 0);
     write(process, TRCEVENTCTL1R, 0);
     write(process, TRCTRACEIDR, atbId);
-    write(process, TRCSYNCPR, TRCSYNCPR_PERIOD_1KB);
-    if (cycleCounting) write(process, TRCCCCTLR, TRCCCCTLR_THRESHOLD);
-    write(process, TRCTSCTLR, timestamp ? TRCTSCTLR_EVENT_ALWAYS : EVENT_NONE);
+    write(process, TRCSYNCPR, TRCSYNCPR_PERIOD(SYNC_PERIOD_1KB));
+    if (cycleCounting) write(process, TRCCCCTLR, TRCCCCTLR_THRESHOLD(CYCLE_THRESHOLD));
+    write(process, TRCTSCTLR, TRCTSCTLR_EVENT(timestamp ? EVENT_ALWAYS : EVENT_NONE));
     write(process, TRCVDARCCTLR, 0);
-    write(process, TRCVDCTLR, dataTrace ? TRCVDCTLR_EVENT_ALWAYS : EVENT_NONE);
+    write(process, TRCVDCTLR, TRCVDCTLR_EVENT(dataTrace ? EVENT_ALWAYS : EVENT_NONE));
     write(process, TRCVDSACCTLR, 0);
     programAddressRanges(process);  // writes TRCVIIECTLR; exhaustion is logged there
     programTracepoints(process);    // writes TRCVISSCTLR
 
-    uint32_t viewInst = tracepoints.empty() ? TRCVICTLR_SSSTATUS : read(process, TRCVICTLR);
-    if ((viewInst & TRCVICTLR_EVENT_MASK) == 0) viewInst |= EVENT_ALWAYS;
+    uint32_t viewInst = tracepoints.empty() ? TRCVICTLR_SSSTATUS.mask() : read(process, TRCVICTLR);
+    if (TRCVICTLR_EVENT.get(viewInst) == EVENT_NONE) viewInst |= TRCVICTLR_EVENT(EVENT_ALWAYS);
     write(process, TRCVICTLR, viewInst);
-    write(process, TRCPRGCTLR, enabled ? TRCPRGCTLR_EN : 0);
+    write(process, TRCPRGCTLR, TRCPRGCTLR_EN(enabled));
     return true;
 }
 
@@ -306,11 +306,9 @@ void GppTraceModule::programAddressComparator(boost::shared_ptr<TaProcess> proce
     // A VMID is matched only together with a context identifier.
     uint64_t contextType = 0;
     if (contextId != NONE)
-        contextType = vmid != NONE ? TRCACATR_CONTEXTTYPE_CTXID | TRCACATR_CONTEXTTYPE_VMID
-                                   : TRCACATR_CONTEXTTYPE_CTXID;
+        contextType = TRCACATR_CONTEXTTYPE(vmid != NONE ? CONTEXTTYPE_CTXID_VMID : CONTEXTTYPE_CTXID);
     const uint64_t mask = exceptionLevelMask();
-    const uint64_t type =
-        (mask << TRCACATR_EXLEVEL_S_SHIFT) | (mask << TRCACATR_EXLEVEL_NS_SHIFT) | contextType;
+    const uint64_t type = TRCACATR_EXLEVEL_S(mask) | TRCACATR_EXLEVEL_NS(mask) | contextType;
     valueRegister->write(process, address);
     typeRegister->write(process, type);
 }
@@ -341,8 +339,8 @@ bool GppTraceModule::programAddressRanges(boost::shared_ptr<TaProcess> process) 
             return false;
         }
         const size_t pair = i / 2;
-        if (range.kind == RANGE_INCLUDE) control |= 1u << pair;
-        if (range.kind == RANGE_EXCLUDE) control |= 1u << (VI_EXCLUDE_SHIFT + pair);
+        if (range.kind == RANGE_INCLUDE) control |= TRCVIIECTLR_INCLUDE(1u << pair);
+        if (range.kind == RANGE_EXCLUDE) control |= TRCVIIECTLR_EXCLUDE(1u << pair);
 
         markUsed(*addressValues, i);
         markUsed(*addressTypes, i);
@@ -373,8 +371,8 @@ bool GppTraceModule::programTracepoints(boost::shared_ptr<TaProcess> process) {
         markUsed(*addressValues, index);
         markUsed(*addressTypes, index);
         programAddressComparator(process, at(*addressValues, index), at(*addressTypes, index), address);
-        if (entry.second == TRACEPOINT_START) control |= 1u << index;
-        if (entry.second == TRACEPOINT_STOP) control |= 1u << (VI_EXCLUDE_SHIFT + index);
+        if (entry.second == TRACEPOINT_START) control |= TRCVISSCTLR_START(1u << index);
+        if (entry.second == TRACEPOINT_STOP) control |= TRCVISSCTLR_STOP(1u << index);
     }
     write(process, TRCVISSCTLR, control);
     return true;
@@ -392,17 +390,17 @@ void GppTraceModule::programVmidComparator(boost::shared_ptr<TaProcess> process)
     // told, and it must stay so.
     const unsigned n = static_cast<unsigned>(k);
     if (n < VMID_COMPARATORS_PER_CTLR)
-        write(process, TRCVMIDCCTLR0, ~(TRCVMIDCCTLR_BYTE_MASK << n));
+        write(process, TRCVMIDCCTLR0, ~(TRCCIDCCTLR_COMP0.mask() << n));
     else if (n > VMID_COMPARATORS_PER_CTLR)
-        write(process, TRCVMIDCCTLR1, ~(TRCVMIDCCTLR_BYTE_MASK << (n - VMID_COMPARATORS_PER_CTLR)));
+        write(process, TRCVMIDCCTLR1, ~(TRCCIDCCTLR_COMP0.mask() << (n - VMID_COMPARATORS_PER_CTLR)));
     vmidComparators->registers[k]->write(process, static_cast<uint64_t>(vmid));
 }
 
 void GppTraceModule::programContextId(boost::shared_ptr<TaProcess> process) {
     if (contextId == NONE) return;
     write(process, TRCCIDCVR0, contextId);
-    uint32_t control = read(process, TRCCIDCCTLR0) & ~TRCCIDCCTLR0_COMP0_MASK;
-    if (contextIdComparator) control |= TRCCIDCCTLR0_COMP0_BYTE0;
+    uint32_t control = read(process, TRCCIDCCTLR0) & ~TRCCIDCCTLR_COMP0.mask();
+    if (contextIdComparator) control |= TRCCIDCCTLR_COMP0(COMP_MASK_BYTE0);
     write(process, TRCCIDCCTLR0, control);
 }
 

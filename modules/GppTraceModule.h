@@ -2,7 +2,6 @@
 // The ETMv4 trace unit of one general-purpose core: settings from the core's
 // configuration block, the programming sequence, the reset sequence and the
 // filters of LinuxTraceGenerator (comparators, tracepoints, VMID, context id).
-#include <array>
 #include <boost/shared_ptr.hpp>
 #include <cstdint>
 #include <memory>
@@ -50,9 +49,9 @@ private:
     uint32_t exceptionLevelMask() const;
     void buildRegisters();
 
-    void write(boost::shared_ptr<TaProcess> process, etm::RegisterId id, uint32_t value);
-    uint32_t read(boost::shared_ptr<TaProcess> process, etm::RegisterId id);
-    void resetRegister(boost::shared_ptr<TaProcess> process, etm::RegisterId id);
+    void write(boost::shared_ptr<TaProcess> process, etm::Register32 id, uint32_t value);
+    uint32_t read(boost::shared_ptr<TaProcess> process, etm::Register32 id);
+    void resetRegister(boost::shared_ptr<TaProcess> process, etm::Register32 id);
 
     std::vector<std::string> traceScenarios;
     std::vector<std::string> traceModes;
@@ -70,9 +69,9 @@ private:
     boost::shared_ptr<TimestampUtils> timestampUtils;
     std::unique_ptr<Register<uint32_t>> lockstepStatus;
 
-    // One slot per register id; the row's width says which of the two is real.
-    std::array<Register<uint32_t>, etm::REGISTER_COUNT> registers32;
-    std::array<Register<uint64_t>, etm::REGISTER_COUNT> registers64;
+    // Indexed by ids of their own width only.
+    RegisterArray<etm::Register32, uint32_t, etm::REGISTER32_COUNT> registers32;
+    RegisterArray<etm::Register64, uint64_t, etm::REGISTER64_COUNT> registers64;
     std::unique_ptr<RegisterManager<uint32_t>> resourceSelectors;
     std::unique_ptr<RegisterManager<uint64_t>> vmidComparators;
     std::unique_ptr<RegisterManager<uint64_t>> addressValues;

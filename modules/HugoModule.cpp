@@ -53,11 +53,8 @@ bool HugoModule::loadDataStreamSettings(boost::shared_ptr<ConfigBlock> block) {
 
 bool HugoModule::configure(boost::shared_ptr<TaProcess> process) {
     if (!tmc) return true;  // the block was not read: nothing to touch
-    if (!tmc->unlock(process)) return false;
-    if (!tmc->stop(process)) return false;
-    tmc->overwrite = traceCollectionMode == VALUE_OVERWRITE;
-    tmc->tmcMode = bufferMode == VALUE_PASS_THROUGH ? TmcHardwareFifo : TmcInternalBuffer;
-    return tmc->program(process);
+    if (bufferMode == VALUE_PASS_THROUGH) return tmc->startHardwareFifo(process);
+    return tmc->startInternalBuffer(process, traceCollectionMode == VALUE_OVERWRITE);
 }
 
 }  // namespace quorl

@@ -68,13 +68,12 @@ bool HugoModuleDDR::loadDataStreamSettings(boost::shared_ptr<ConfigBlock> block)
 
 bool HugoModuleDDR::configure(boost::shared_ptr<TaProcess> process) {
     if (!tmc) return true;  // the block was not read: nothing to touch
-    if (!tmc->unlock(process)) return false;
-    if (!tmc->stop(process)) return false;
-    tmc->overwrite = collectionMode == VALUE_OVERWRITE;
-    tmc->tmcMode = scatterGather ? TmcSystemBufferScatterGather : TmcSystemBuffer;
-    tmc->dataBufferAddress = traceBufferBaseAddress;
-    tmc->ramSizeWords = static_cast<uint32_t>(traceBufferSize >> BYTES_PER_WORD_SHIFT);
-    return tmc->program(process);
+    TMC::SystemBuffer buffer;
+    buffer.address = traceBufferBaseAddress;
+    buffer.sizeWords = static_cast<uint32_t>(traceBufferSize >> BYTES_PER_WORD_SHIFT);
+    buffer.overwrite = collectionMode == VALUE_OVERWRITE;
+    buffer.scatterGather = scatterGather;
+    return tmc->startSystemBuffer(process, buffer);
 }
 
 }  // namespace quorl

@@ -5,7 +5,7 @@
 #include "common/src/ConfigBlock.h"
 #include "common/src/Names.h"
 #include "modules/BlockReader.h"
-#include "modules/RegisterMap.h"
+#include "modules/NocObserverRegisters.h"
 #include "target.access/ExtAddress.h"
 
 #include <sstream>
@@ -30,30 +30,13 @@ const std::vector<ObserverIdentifier> NocObserverModule::observerIdentifiers = {
     {"OBS_SAFE_FULL", 12},
 };
 
-namespace {
-
-// NoC observer register maps, one per side: offsets from that side's base address.
-// clang-format off
-const RegisterRow<NocObserverModule::RegisterId> ATB_SIDE_MAP[] = {
-    {NocObserverModule::ATBEN, "ATBEN", 0x0C, 32, 0},
-    {NocObserverModule::ATBID, "ATBID", 0x08, 32, 0},
-};
-const RegisterRow<NocObserverModule::RegisterId> STP_SIDE_MAP[] = {
-    {NocObserverModule::ASYNC_PERIOD, "ASYNC_PERIOD", 0x08, 32, 0},
-    {NocObserverModule::STPV2_EN,     "STPV2_EN",     0x0C, 32, 0},
-};
-// clang-format on
-
-const unsigned int SIDE_OFF = 0;
-const unsigned int SIDE_ON = 1u << 0;
-
-}  // namespace
+using namespace nocobserver;
 
 NocObserverModule::NocObserverModule(std::string name, boost::shared_ptr<ConfigBlock> block)
     : ConfigurationModule(std::move(name), block) {
     loadNoCObserverSettings(block);
-    buildRegisters(registers, ATB_SIDE_MAP, baseAddress, memorySpace);
-    buildRegisters(registers, STP_SIDE_MAP, stpBaseAddress, memorySpace);
+    registers.build(atbSideMap, baseAddress, memorySpace);
+    registers.build(stpSideMap, stpBaseAddress, memorySpace);
 }
 
 bool NocObserverModule::loadNoCObserverSettings(boost::shared_ptr<ConfigBlock> block) {
@@ -89,31 +72,30 @@ bool NocObserverModule::loadNoCObserverSettings(boost::shared_ptr<ConfigBlock> b
 bool NocObserverModule::configure(boost::shared_ptr<TaProcess> process) {
     if (!baseAddressRead) return true;
     RQ7_LOG(logNocObserverModule, LOG_INFO, "Write NoC Observer registers");
-    const unsigned int sideEnable = enabled ? SIDE_ON : SIDE_OFF;
 
     // Down ATB side first; up STP side first.
-    reg(ATBEN).write(process, SIDE_OFF);
-    reg(STPV2_EN).write(process, SIDE_OFF);
-    reg(ASYNC_PERIOD).write(process, syncPeriod);
-    reg(ATBID).write(process, atbId);
-    reg(STPV2_EN).write(process, sideEnable);
-    reg(ATBEN).write(process, sideEnable);
+    registers[ATBEN].write(process, ATBEN_EN(false));
+    registers[STPV2_EN].write(process, STPV2_EN_EN(false));
+    registers[ASYNC_PERIOD].write(process, syncPeriod);
+    registers[ATBID].write(process, atbId);
+    registers[STPV2_EN].write(process, STPV2_EN_EN(enabled));
+    registers[ATBEN].write(process, ATBEN_EN(enabled));
     return true;
 }
 
 bool NocObserverModule::reset(boost::shared_ptr<TaProcess> process) {
     if (!baseAddressRead) return true;
-    reg(ATBEN).reset(process);
-    reg(ATBID).reset(process);
-    reg(ASYNC_PERIOD).reset(process);
-    reg(STPV2_EN).reset(process);
+    registers[ATBEN].reset(process);
+    registers[ATBID].reset(process);
+    registers[ASYNC_PERIOD].reset(process);
+    registers[STPV2_EN].reset(process);
     return true;
 }
 
 bool NocObserverModule::disable(boost::shared_ptr<TaProcess> process) {
     if (!baseAddressRead) return true;
-    reg(ATBEN).reset(process);
-    reg(STPV2_EN).reset(process);
+    registers[ATBEN].reset(process);
+    registers[STPV2_EN].reset(process);
     return true;
 }
 

@@ -1,10 +1,9 @@
 #pragma once
 // One NoC observer: where NoC trace leaves for the trace bus. Its registers
 // lie on two sides, the ATB side and the STP side, each with its own base.
+#include "modules/NocObserverRegisters.h"
 #include "plugin/base/ConfigurationModule.h"
-#include "target.access/quorl/register.h"
 
-#include <array>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -19,8 +18,6 @@ struct ObserverIdentifier {
 
 class NocObserverModule : public ConfigurationModule {
 public:
-    // Register indices, in the order of the register map.
-    enum RegisterId { ATBEN, ATBID, ASYNC_PERIOD, STPV2_EN, REGISTER_COUNT };
 
     // The record of the known observers; nothing looks anything up in it.
     static const std::vector<ObserverIdentifier> observerIdentifiers;
@@ -37,7 +34,6 @@ public:
 
 
 private:
-    Register<unsigned int>& reg(RegisterId id) { return registers[id]; }
 
     uint8_t syncPeriod = 0;  // only the low 8 bits of the attribute are kept
     uint32_t atbId = 0;
@@ -45,7 +41,7 @@ private:
     uint64_t stpBaseAddress = 0;
     // Both base addresses came from the block; without them nothing is accessed.
     bool baseAddressRead = false;
-    std::array<Register<unsigned int>, REGISTER_COUNT> registers;
+    RegisterArray<nocobserver::RegisterId, unsigned int, nocobserver::REGISTER_COUNT> registers;
 };
 
 }  // namespace quorl

@@ -1,10 +1,9 @@
 #pragma once
 // One probe of the network-on-chip: a trace generator for packets and
 // transactions on the interconnect.
+#include "modules/NocProbeRegisters.h"
 #include "plugin/base/ConfigurationModule.h"
-#include "target.access/quorl/register.h"
 
-#include <array>
 #include <cstdint>
 #include <string>
 
@@ -12,12 +11,6 @@ namespace quorl {
 
 class NocProbeModule : public ConfigurationModule {
 public:
-    // Register indices, in the order of the register map.
-    enum RegisterId {
-        NOC_PROBE_CFGCTL, NOC_PROBE_MAINCTL, NOC_PROBE_TRACEPORT_SEL, NOC_PROBE_FILTER_LUT,
-        REGISTER_COUNT
-    };
-
     NocProbeModule(std::string name, boost::shared_ptr<ConfigBlock> block);
 
     uint32_t getModuleType() const override { return TraceGenerator; }
@@ -30,7 +23,6 @@ public:
 
 
 private:
-    Register<unsigned int>& reg(RegisterId id) { return registers[id]; }
 
     bool enablePayload = false;
     bool enableStatistics = false;
@@ -40,7 +32,7 @@ private:
     uint64_t baseAddress = 0;
     // The base address came from the block; without it nothing is accessed.
     bool baseAddressRead = false;
-    std::array<Register<unsigned int>, REGISTER_COUNT> registers;
+    RegisterArray<nocprobe::RegisterId, unsigned int, nocprobe::REGISTER_COUNT> registers;
 };
 
 }  // namespace quorl

@@ -5,7 +5,7 @@
 #include "common/src/ConfigBlock.h"
 #include "common/src/Names.h"
 #include "modules/BlockReader.h"
-#include "modules/RegisterMap.h"
+#include "modules/StmRegisters.h"
 #include "modules/TimestampUtils.h"
 #include "target.access/ExtAddress.h"
 
@@ -16,58 +16,13 @@ namespace quorl {
 
 Log logStmModule("quorl.ka.rq7.config.StmModule");
 
-namespace {
-
-// CoreSight STM register map, offsets from the module base address.
-// clang-format off
-const RegisterRow<StmModule::RegisterId> REGISTER_MAP[StmModule::REGISTER_COUNT] = {
-    {StmModule::STMLAR,     "STMLAR",     0xFB0, 32, NO_RESET},
-    {StmModule::STMTSFREQR, "STMTSFREQR", 0xE8C, 32, NO_RESET},
-    {StmModule::STMTCSR,    "STMTCSR",    0xE80, 32, 0},
-    {StmModule::STMAUXCR,   "STMAUXCR",   0xE94, 32, NO_RESET},
-    {StmModule::STMSPER,    "STMSPER",    0xE00, 32, NO_RESET},
-    {StmModule::STMHEER,    "STMHEER",    0xD00, 32, NO_RESET},
-    {StmModule::STMHETER,   "STMHETER",   0xD20, 32, NO_RESET},
-    {StmModule::STMHEMCR,   "STMHEMCR",   0xD64, 32, NO_RESET},
-    {StmModule::STMHEBSR,   "STMHEBSR",   0xD60, 32, NO_RESET},
-};
-// clang-format on
-
-// STMTCSR fields.
-const unsigned int STMTCSR_EN = 1u << 0;
-const unsigned int STMTCSR_TSEN = 1u << 1;
-const unsigned int STMTCSR_SYNCEN = 1u << 2;
-const unsigned int STMTCSR_HWTEN = 1u << 3;
-const unsigned STMTCSR_TRACEID_SHIFT = 16;
-const unsigned int STM_TRACE_ID = 0x40;
-
-// STMHEMCR fields (bit 3 is reserved).
-const unsigned int STMHEMCR_EN = 1u << 0;
-const unsigned int STMHEMCR_COMPEN = 1u << 1;
-const unsigned int STMHEMCR_ERRDETECT = 1u << 2;
-const unsigned int STMHEMCR_TRIGCTL = 1u << 4;
-const unsigned int STMHEMCR_TRIGSTATUS = 1u << 5;
-const unsigned int STMHEMCR_TRIGCLEAR = 1u << 6;
-const unsigned int STMHEMCR_ATBTRIGEN = 1u << 7;
-const unsigned int STMHEMCR_ALL = STMHEMCR_EN | STMHEMCR_COMPEN | STMHEMCR_ERRDETECT |
-                                  STMHEMCR_TRIGCTL | STMHEMCR_TRIGSTATUS | STMHEMCR_TRIGCLEAR |
-                                  STMHEMCR_ATBTRIGEN;
-
-const unsigned int STMTSFREQR_UNSET = 0;  // nothing fills in the counter frequency
-const unsigned int STMAUXCR_FIFOAF = 1u << 0;
-const unsigned int STMSPER_ALL_PORTS = 0xFFFFFFFF;
-const unsigned int STMHEER_ALL_EVENTS = 0xFFFFFFFF;
-const unsigned int STMHETER_ALL_TRIGGERS = 0xFFFFFFFF;
-const unsigned int STMHEBSR_BANK0 = 0;
-const unsigned int STMHEBSR_BANK1 = 1;
-
-}  // namespace
+using namespace stm;
 
 StmModule::StmModule(std::string name, boost::shared_ptr<ConfigBlock> block,
                      boost::shared_ptr<TimestampUtils> timestamps)
     : ConfigurationModule(std::move(name), block), timestampUtils(std::move(timestamps)) {
     loadSTMSettings(block);
-    buildRegisters(registers, REGISTER_MAP, baseAddress, memorySpace);
+    registers.build(registerMap, baseAddress, memorySpace);
 }
 
 StmModule::~StmModule() = default;
@@ -110,38 +65,40 @@ bool StmModule::configure(boost::shared_ptr<TaProcess> process) {
     if (!baseAddressRead) return true;
     RQ7_LOG(logStmModule, LOG_INFO, "Write STM registers");
 
-    reg(STMLAR).write(process, CS_LAR_UNLOCK_KEY);
+    registers[STMLAR].write(process, CS_LAR_UNLOCK_KEY);
 
-    unsigned int control = STMTCSR_SYNCEN | (enabled ? STMTCSR_EN : 0);
+    uint32_t control = STMTCSR_SYNCEN.mask() | STMTCSR_EN(enabled);
     if (timestampEnable) {
-        control |= STMTCSR_TSEN;
+        control |= STMTCSR_TSEN.mask();
         if (timestampUtils)
             timestampUtils->configure(process);
         else
             RQ7_LOG(logStmModule, LOG_WARNING,
                     "Timestamp module not initialized, timestamp generator left as it is");
-        reg(STMTSFREQR).write(process, STMTSFREQR_UNSET);
+        registers[STMTSFREQR].write(process, STMTSFREQR_UNSET);
     }
-    control |= STM_TRACE_ID << STMTCSR_TRACEID_SHIFT;
-    if (hwEventsEnable) control |= STMTCSR_HWTEN;
+    control |= STMTCSR_TRACEID(STM_TRACE_ID);
+    if (hwEventsEnable) control |= STMTCSR_HWTEN.mask();
 
     // Program the final fields with the unit still off, then switch it on.
-    if (enabled) reg(STMTCSR).write(process, control & ~STMTCSR_EN);
-    reg(STMTCSR).write(process, control);
-    reg(STMAUXCR).write(process, STMAUXCR_FIFOAF);
-    reg(STMSPER).write(process, STMSPER_ALL_PORTS);
+    if (enabled) registers[STMTCSR].write(process, control & ~STMTCSR_EN.mask());
+    registers[STMTCSR].write(process, control);
+    registers[STMAUXCR].write(process, STMAUXCR_FIFOAF.mask());
+    registers[STMSPER].write(process, STMSPER_SPE.mask());
     if (hwEventsEnable) {
-        reg(STMHEER).write(process, STMHEER_ALL_EVENTS);
-        reg(STMHETER).write(process, STMHETER_ALL_TRIGGERS);
-        reg(STMHEMCR).write(process, STMHEMCR_ALL);
-        reg(STMHEBSR).write(process, bankEventId != 0 ? STMHEBSR_BANK1 : STMHEBSR_BANK0);
+        registers[STMHEER].write(process, STMHEER_HEE.mask());
+        registers[STMHETER].write(process, STMHETER_HETE.mask());
+        registers[STMHEMCR].write(process, STMHEMCR_EN.mask() | STMHEMCR_COMPEN.mask() | STMHEMCR_ERRDETECT.mask() |
+                                               STMHEMCR_TRIGCTL.mask() | STMHEMCR_TRIGSTATUS.mask() |
+                                               STMHEMCR_TRIGCLEAR.mask() | STMHEMCR_ATBTRIGEN.mask());
+        registers[STMHEBSR].write(process, STMHEBSR_HEBS(bankEventId != 0));
     }
     return true;
 }
 
 bool StmModule::reset(boost::shared_ptr<TaProcess> process) {
     if (!baseAddressRead) return true;
-    reg(STMTCSR).reset(process);
+    registers[STMTCSR].reset(process);
     return true;
 }
 

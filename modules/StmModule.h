@@ -3,11 +3,10 @@
 // hardware events, into trace. Four attributes switch features; every other
 // register value is fixed.
 #include "plugin/base/ConfigurationModule.h"
-#include "target.access/quorl/register.h"
+#include "modules/StmRegisters.h"
 
 #include <boost/shared_ptr.hpp>
 
-#include <array>
 #include <cstdint>
 #include <string>
 
@@ -17,12 +16,6 @@ class TimestampUtils;
 
 class StmModule : public ConfigurationModule {
 public:
-    // Register indices, in the order of the register map.
-    enum RegisterId {
-        STMLAR, STMTSFREQR, STMTCSR, STMAUXCR, STMSPER, STMHEER, STMHETER, STMHEMCR, STMHEBSR,
-        REGISTER_COUNT
-    };
-
     StmModule(std::string name, boost::shared_ptr<ConfigBlock> block,
               boost::shared_ptr<TimestampUtils> timestampUtils);
     ~StmModule() override;
@@ -37,8 +30,6 @@ public:
 
 
 private:
-    Register<unsigned int>& reg(RegisterId id) { return registers[id]; }
-
     bool timestampEnable = false;
     boost::shared_ptr<TimestampUtils> timestampUtils;
     uint64_t baseAddress = 0;
@@ -46,7 +37,7 @@ private:
     bool baseAddressRead = false;
     uint32_t bankEventId = 0;
     bool hwEventsEnable = false;
-    std::array<Register<unsigned int>, REGISTER_COUNT> registers;
+    RegisterArray<stm::RegisterId, unsigned int, stm::REGISTER_COUNT> registers;
 };
 
 }  // namespace quorl

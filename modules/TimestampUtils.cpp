@@ -7,25 +7,13 @@
 #include "common/src/ConfigBlock.h"
 #include "common/src/Names.h"
 #include "modules/BlockReader.h"
-#include "modules/RegisterMap.h"
+#include "modules/TimestampRegisters.h"
 
 namespace quorl {
 
 Log logTimestampUtils("quorl.ka.rq.config.TimestampUtils");
 
 namespace {
-
-// Generic counter registers (CoreSight timestamp generator, control frame).
-enum CounterRegisterId { CNTCR, CNTFID0, COUNTER_REGISTER_COUNT };
-// clang-format off
-const RegisterRow<CounterRegisterId> COUNTER_MAP[COUNTER_REGISTER_COUNT] = {
-    {CNTCR,   "ARM_TSMP_CNTCR",   0x000, 32, NO_RESET},
-    {CNTFID0, "ARM_TSMP_CNTFID0", 0x020, 32, NO_RESET},
-};
-// clang-format on
-
-const uint32_t CNTCR_EN = 1u << 0;    // counter enable
-const uint32_t CNTCR_HDBG = 1u << 1;  // halt on debug
 
 // Base addresses that mean "no counter here".
 const uint64_t NO_COUNTER_32 = 0xFFFFFFFFull;
@@ -64,15 +52,12 @@ bool TimestampUtils::readModuleConfiguration(boost::shared_ptr<ConfigBlock> bloc
 bool TimestampUtils::configure(boost::shared_ptr<TaProcess> process) {
     if (baseAddress == NO_COUNTER_32 || baseAddress == NO_COUNTER_64) return true;
 
-    std::array<Register<uint32_t>, COUNTER_REGISTER_COUNT> counter;
-    buildRegisters(counter, COUNTER_MAP, baseAddress, memorySpace);
+    using namespace counter;
+    RegisterArray<RegisterId, uint32_t, REGISTER_COUNT> registers;
+    registers.build(registerMap, baseAddress, memorySpace);
 
-    uint32_t control = 0;
-    if (enableGenerator) control |= CNTCR_EN;
-    if (haltOnDebug) control |= CNTCR_HDBG;
-
-    counter[CNTCR].write(process, control);
-    if (counterBaseFrequency != 0) counter[CNTFID0].write(process, counterBaseFrequency);
+    registers[CNTCR].write(process, CNTCR_EN(enableGenerator) | CNTCR_HDBG(haltOnDebug));
+    if (counterBaseFrequency != 0) registers[CNTFID0].write(process, counterBaseFrequency);
     return true;
 }
 
