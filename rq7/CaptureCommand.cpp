@@ -53,16 +53,27 @@ std::string hex(uint64_t value) {
     return text;
 }
 
-// Polls a register until (value & mask) == expected, within WAIT_LIMIT.
-void waitFor(TargetMemory& memory, const TraceSink& sink, uint64_t offset, uint32_t mask, uint32_t expected,
-             const char* what) {
+namespace tmc = quorl::tmc;
+const uint32_t RRD_EMPTY = 0xFFFFFFFF;  // what the RAM read data register gives once all is read
+
+uint32_t readTmc(TargetMemory& memory, const TraceSink& sink, tmc::RegisterId id) {
+    return memory.read32(sink.space, sink.base + tmcOffset(id));
+}
+void writeTmc(TargetMemory& memory, const TraceSink& sink, tmc::RegisterId id, uint32_t value) {
+    memory.write32(sink.space, sink.base + tmcOffset(id), value);
+}
+
+// Polls a register until `field` reads `expected`, within WAIT_LIMIT.
+void waitFor(TargetMemory& memory, const TraceSink& sink, tmc::RegisterId id, const quorl::Field& field,
+             uint64_t expected, const char* what) {
     const auto deadline = Clock::now() + WAIT_LIMIT;
     for (;;) {
-        const uint32_t value = memory.read32(sink.space, sink.base + offset);
-        if ((value & mask) == expected) return;
+        const uint32_t value = readTmc(memory, sink, id);
+        if (field.get(value) == expected) return;
         if (Clock::now() >= deadline)
-            throw CaptureError(sink.block + ": " + what + " (register " + hex(sink.base + offset) + " reads " +
-                               hex(value) + " after " + std::to_string(WAIT_LIMIT.count()) + " ms)");
+            throw CaptureError(sink.block + ": " + what + " (" + tmc::registerMap[id].name + " at " +
+                               hex(sink.base + tmcOffset(id)) + " reads " + hex(value) + " after " +
+                               std::to_string(WAIT_LIMIT.count()) + " ms)");
         std::this_thread::sleep_for(POLL_INTERVAL);
     }
 }
@@ -70,13 +81,12 @@ void waitFor(TargetMemory& memory, const TraceSink& sink, uint64_t offset, uint3
 // The order of the trace controller's manual: stop on flush, manual flush,
 // wait for the flush and for the controller to be ready, stop capture.
 void stopSink(TargetMemory& memory, const TraceSink& sink) {
-    const uint64_t ffcr = sink.base + tmc::FFCR;
-    const uint32_t formatter = memory.read32(sink.space, ffcr) | tmc::FFCR_STOP_ON_FLUSH;
-    memory.write32(sink.space, ffcr, formatter);
-    memory.write32(sink.space, ffcr, formatter | tmc::FFCR_FLUSH_MAN);
-    waitFor(memory, sink, tmc::FFCR, tmc::FFCR_FLUSH_MAN, 0, "the formatter flush did not complete");
-    waitFor(memory, sink, tmc::STS, tmc::STS_TMC_READY, tmc::STS_TMC_READY, "the controller did not become ready");
-    memory.write32(sink.space, sink.base + tmc::CTL, 0);
+    const uint32_t formatter = readTmc(memory, sink, tmc::FFCR) | tmc::FFCR_StopOnFl(1);
+    writeTmc(memory, sink, tmc::FFCR, formatter);
+    writeTmc(memory, sink, tmc::FFCR, formatter | tmc::FFCR_FlushMan(1));
+    waitFor(memory, sink, tmc::FFCR, tmc::FFCR_FlushMan, 0, "the formatter flush did not complete");
+    waitFor(memory, sink, tmc::STS, tmc::STS_TMCReady, 1, "the controller did not become ready");
+    writeTmc(memory, sink, tmc::CTL, tmc::CTL_TraceCaptEn(0));
 }
 
 class Progress {
@@ -105,16 +115,15 @@ private:
 // A buffer in system memory: base to the write pointer, or from the write
 // pointer round to it when it wrapped.
 std::vector<uint8_t> readSystemBuffer(TargetMemory& memory, const TraceSink& sink, const std::string& dataSpace) {
-    const uint32_t status = memory.read32(sink.space, sink.base + tmc::STS);
-    const uint64_t base = uint64_t(memory.read32(sink.space, sink.base + tmc::DBAHI)) << 32 |
-                          memory.read32(sink.space, sink.base + tmc::DBALO);
-    const uint64_t size = uint64_t(memory.read32(sink.space, sink.base + tmc::RSZ)) * 4;
-    const uint64_t pointer = uint64_t(memory.read32(sink.space, sink.base + tmc::RWPHI)) << 32 |
-                             memory.read32(sink.space, sink.base + tmc::RWP);
+    const uint32_t status = readTmc(memory, sink, tmc::STS);
+    const uint64_t base = uint64_t(readTmc(memory, sink, tmc::DBAHI)) << tmc::DBAHI_ADDRESS_SHIFT |
+                          readTmc(memory, sink, tmc::DBALO);
+    const uint64_t size = uint64_t(readTmc(memory, sink, tmc::RSZ)) * 4;
+    const uint64_t pointer = uint64_t(readTmc(memory, sink, tmc::RWPHI)) << 32 | readTmc(memory, sink, tmc::RWP);
     if (pointer < base || pointer > base + size)
         throw CaptureError(sink.block + ": write pointer " + hex(pointer) + " lies outside the buffer " + hex(base) +
                            " + " + hex(size));
-    const bool wrapped = status & tmc::STS_FULL;
+    const bool wrapped = tmc::STS_Full.get(status);
     const uint64_t total = wrapped ? size : pointer - base;
     std::vector<uint8_t> out;
     out.reserve(total);
@@ -132,15 +141,14 @@ std::vector<uint8_t> readSystemBuffer(TargetMemory& memory, const TraceSink& sin
 // An internal buffer: word by word through RRD until it reads empty, at most
 // the RAM's size. A full one is read from the write pointer (the oldest data).
 std::vector<uint8_t> readInternalBuffer(TargetMemory& memory, const TraceSink& sink) {
-    const uint32_t status = memory.read32(sink.space, sink.base + tmc::STS);
-    const uint64_t words = memory.read32(sink.space, sink.base + tmc::RSZ);
-    if (status & tmc::STS_FULL)
-        memory.write32(sink.space, sink.base + tmc::RRP, memory.read32(sink.space, sink.base + tmc::RWP));
+    const uint64_t words = readTmc(memory, sink, tmc::RSZ);
+    if (tmc::STS_Full.get(readTmc(memory, sink, tmc::STS)))
+        writeTmc(memory, sink, tmc::RRP, readTmc(memory, sink, tmc::RWP));
     std::vector<uint8_t> out;
     Progress progress(sink.block, words * 4);
     for (uint64_t i = 0; i < words; ++i) {
-        const uint32_t word = memory.read32(sink.space, sink.base + tmc::RRD);
-        if (word == tmc::RRD_EMPTY) break;
+        const uint32_t word = readTmc(memory, sink, tmc::RRD);
+        if (word == RRD_EMPTY) break;
         for (int b = 0; b < 4; ++b) out.push_back(static_cast<uint8_t>(word >> (8 * b)));
         progress(out.size());
     }
@@ -183,11 +191,11 @@ int captureCommand(const std::vector<std::string>& args) {
         if (content.buffers.empty()) std::cerr << "rq7 capture: warning: " << a.file << " enables no sink that stores trace\n";
         for (const TraceUnit& unit : content.setup.units) {
             content.unitRegisters.push_back(readUnitRegisters(*memory, unit));
-            known.insert(content.unitRegisters.back().traceId & 0x7F);
+            known.insert(static_cast<unsigned>(quorl::etm::TRCTRACEIDR_TRACEID.get(content.unitRegisters.back().traceId)));
         }
         for (const StmUnit& s : content.setup.stms) {
-            content.stmControl.push_back(memory->read32(s.space, s.base + stm::STMTCSR));
-            known.insert((content.stmControl.back() >> stm::TCSR_TRACEID_SHIFT) & stm::TCSR_TRACEID_MASK);
+            content.stmControl.push_back(memory->read32(s.space, s.base + stmOffset(quorl::stm::STMTCSR)));
+            known.insert(static_cast<unsigned>(quorl::stm::STMTCSR_TRACEID.get(content.stmControl.back())));
         }
         for (const TraceBuffer& buffer : content.buffers)
             for (unsigned id : traceIdsIn(buffer.bytes))

@@ -96,11 +96,11 @@ std::vector<SnapshotFile> snapshotFiles(const SnapshotContent& c) {
         const std::string core = deviceName(unit.block), etm = "ETM_" + core;
         addDevice(core + ".ini", "[device]\nname=" + core + "\nclass=core\ntype=" + unit.coreType + "\n" +
                                      dumpSections);
-        const uint32_t implemented = implementedConfigBits(r.ids[ID_TRCIDR0], r.ids[ID_TRCIDR2]);
-        std::string regs = registerLine("TRCCONFIGR", etm::TRCCONFIGR, r.config & implemented) +
-                           registerLine("TRCTRACEIDR", etm::TRCTRACEIDR, r.traceId);
-        for (size_t k = 0; k < 10; ++k)
-            regs += registerLine(ETM_ID_REGISTERS[k].name, ETM_ID_REGISTERS[k].offset, r.ids[k]);
+        const uint32_t implemented = implementedConfigBits(r.ids[ID_INDEX_TRCIDR0], r.ids[ID_INDEX_TRCIDR2]);
+        std::string regs = registerLine("TRCCONFIGR", etmOffset(quorl::etm::TRCCONFIGR), r.config & implemented) +
+                           registerLine("TRCTRACEIDR", etmOffset(quorl::etm::TRCTRACEIDR), r.traceId);
+        for (size_t k = 0; k < ETM_ID_COUNT; ++k)
+            regs += registerLine(ETM_ID_REGISTERS[k].name(), ETM_ID_REGISTERS[k].offset(), r.ids[k]);
         addDevice(etm + ".ini", "[device]\nname=" + etm + "\nclass=trace_source\ntype=ETM4\n\n[regs]\n" + regs);
         sources += etm + "=" + bufferOf(unit.sink) + "\n";
         cores += core + "=" + etm + "\n";
@@ -108,7 +108,7 @@ std::vector<SnapshotFile> snapshotFiles(const SnapshotContent& c) {
     for (size_t i = 0; i < c.setup.stms.size(); ++i) {
         const std::string name = "STM_" + deviceName(c.setup.stms[i].block);
         addDevice(name + ".ini", "[device]\nname=" + name + "\nclass=trace_source\ntype=STM\n\n[regs]\n" +
-                                     registerLine("STMTCSR", stm::STMTCSR, c.stmControl[i]));
+                                     registerLine("STMTCSR", stmOffset(quorl::stm::STMTCSR), c.stmControl[i]));
         sources += name + "=" + bufferOf(c.setup.stms[i].sink) + "\n";
     }
 

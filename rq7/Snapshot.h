@@ -22,7 +22,7 @@ struct MemoryDump {
 // Register values of one unit, read from a target or an image, or defaults.
 struct UnitRegisters {
     uint32_t config = 0, traceId = 0;
-    uint32_t ids[10] = {};  // in ETM_ID_REGISTERS order
+    uint32_t ids[ETM_ID_COUNT] = {};  // in ETM_ID_REGISTERS order
 };
 
 struct TraceBuffer {

@@ -112,9 +112,9 @@ std::unique_ptr<TargetMemory> connectTarget(const std::string& configFile) {
 
 UnitRegisters readUnitRegisters(TargetMemory& memory, const TraceUnit& unit) {
     UnitRegisters r;
-    r.config = memory.read32(unit.space, unit.base + etm::TRCCONFIGR);
-    r.traceId = memory.read32(unit.space, unit.base + etm::TRCTRACEIDR);
-    for (size_t i = 0; i < 10; ++i) r.ids[i] = memory.read32(unit.space, unit.base + ETM_ID_REGISTERS[i].offset);
+    r.config = memory.read32(unit.space, unit.base + etmOffset(quorl::etm::TRCCONFIGR));
+    r.traceId = memory.read32(unit.space, unit.base + etmOffset(quorl::etm::TRCTRACEIDR));
+    for (size_t i = 0; i < ETM_ID_COUNT; ++i) r.ids[i] = memory.read32(unit.space, unit.base + ETM_ID_REGISTERS[i].offset());
     return r;
 }
 
@@ -122,7 +122,7 @@ UnitRegisters defaultUnitRegisters(const TraceUnit& unit) {
     UnitRegisters r;
     r.config = unit.config;
     r.traceId = unit.traceId;
-    for (size_t i = 0; i < 10; ++i) r.ids[i] = ETM_ID_REGISTERS[i].armv8Default;
+    for (size_t i = 0; i < ETM_ID_COUNT; ++i) r.ids[i] = ETM_ID_REGISTERS[i].armv8Default;
     return r;
 }
 

@@ -11,11 +11,12 @@
 
 namespace rq7 {
 
-const EtmIdRegister ETM_ID_REGISTERS[10] = {
-    {"TRCAUTHSTATUS", 0xFB8, 0x000000CC}, {"TRCIDR0", 0x1E0, 0x28000EA1}, {"TRCIDR1", 0x1E4, 0x4100F403},
-    {"TRCIDR2", 0x1E8, 0x00000488},       {"TRCIDR8", 0x180, 0},          {"TRCIDR9", 0x184, 0},
-    {"TRCIDR10", 0x188, 0},               {"TRCIDR11", 0x18C, 0},         {"TRCIDR12", 0x190, 0},
-    {"TRCIDR13", 0x194, 0},
+using namespace quorl::etm;
+
+const EtmIdRegister ETM_ID_REGISTERS[ETM_ID_COUNT] = {
+    {ID_TRCAUTHSTATUS, 0x000000CC}, {quorl::etm::ID_TRCIDR0, 0x28000EA1}, {ID_TRCIDR1, 0x4100F403},
+    {quorl::etm::ID_TRCIDR2, 0x00000488}, {ID_TRCIDR8, 0}, {ID_TRCIDR9, 0}, {ID_TRCIDR10, 0},
+    {ID_TRCIDR11, 0}, {ID_TRCIDR12, 0}, {ID_TRCIDR13, 0},
 };
 
 namespace {
@@ -24,30 +25,32 @@ const char* const ATTR_CORE_TYPE = "Core Type";
 const char* const DEFAULT_CORE_TYPE = "ARMv8-A";
 const unsigned MAX_CHAIN = 64;  // Dependency links followed before giving up (a cycle)
 
-uint32_t field(uint32_t value, unsigned shift, unsigned bits) { return (value >> shift) & ((1u << bits) - 1); }
+// TRCIDR2.VMIDOPT: how the VMID comparator is chosen; 0 leaves TRCCONFIGR.VMIDOPT fixed.
+constexpr quorl::Field TRCIDR2_VMIDOPT{"VMIDOPT", 29, 2, quorl::FieldAccess::ReadOnly};
 
-// One TRCCONFIGR field and the ID register field that says it exists.
+// Each TRCCONFIGR field with the ID register field that says it exists.
 struct ConfigField {
-    uint32_t bits;     // in TRCCONFIGR
-    unsigned idIndex;  // ID_TRCIDR0 or ID_TRCIDR2
-    unsigned shift, width;
+    quorl::Field config;
+    bool inIdr2;  // else in TRCIDR0
+    quorl::Field id;
 };
 // clang-format off
 const ConfigField CONFIG_FIELDS[] = {
-    {0x1u,        ID_TRCIDR0, 0, 1},   // RES1 bit, kept as written
-    {0x3u << 1,   ID_TRCIDR0, 1, 2},   // INSTP0:  TRCIDR0.INSTP0
-    {1u << 3,     ID_TRCIDR0, 5, 1},   // BB:      TRCIDR0.TRCBB
-    {1u << 4,     ID_TRCIDR0, 7, 1},   // CCI:     TRCIDR0.TRCCCI
-    {1u << 6,     ID_TRCIDR2, 5, 5},   // CID:     TRCIDR2.CIDSIZE
-    {1u << 7,     ID_TRCIDR2, 10, 5},  // VMID:    TRCIDR2.VMIDSIZE
-    {0x7u << 8,   ID_TRCIDR0, 6, 1},   // COND:    TRCIDR0.TRCCOND
-    {1u << 11,    ID_TRCIDR0, 24, 5},  // TS:      TRCIDR0.TSSIZE
-    {1u << 12,    ID_TRCIDR0, 9, 1},   // RS:      TRCIDR0.RETSTACK
-    {0x3u << 13,  ID_TRCIDR0, 15, 2},  // QE:      TRCIDR0.QSUPP
-    {1u << 15,    ID_TRCIDR2, 29, 2},  // VMIDOPT: TRCIDR2.VMIDOPT
-    {0x3u << 16,  ID_TRCIDR0, 3, 2},   // DA, DV:  TRCIDR0.TRCDATA
+    {TRCCONFIGR_INSTP0,  false, TRCIDR0_INSTP0},
+    {TRCCONFIGR_BB,      false, TRCIDR0_TRCBB},
+    {TRCCONFIGR_CCI,     false, TRCIDR0_TRCCCI},
+    {TRCCONFIGR_CID,     true,  TRCIDR2_CIDSIZE},
+    {TRCCONFIGR_VMID,    true,  TRCIDR2_VMIDSIZE},
+    {TRCCONFIGR_COND,    false, TRCIDR0_TRCCOND},
+    {TRCCONFIGR_TS,      false, TRCIDR0_TSSIZE},
+    {TRCCONFIGR_RS,      false, TRCIDR0_RETSTACK},
+    {TRCCONFIGR_QE,      false, TRCIDR0_QSUPP},
+    {TRCCONFIGR_VMIDOPT, true,  TRCIDR2_VMIDOPT},
+    {TRCCONFIGR_DA,      false, TRCIDR0_TRCDATA},
+    {TRCCONFIGR_DV,      false, TRCIDR0_TRCDATA},
 };
 // clang-format on
+const uint32_t CONFIG_RES1 = 1u << 0;  // bit 0 reads as written
 
 bool endsWith(const std::string& text, const std::string& tail) {
     return text.size() >= tail.size() && text.compare(text.size() - tail.size(), tail.size(), tail) == 0;
@@ -89,10 +92,10 @@ std::string stringAttribute(const quorl::ConfigBlock& block, const std::string& 
 }  // namespace
 
 uint32_t implementedConfigBits(uint32_t idr0, uint32_t idr2) {
-    uint32_t bits = 0;
+    uint32_t bits = CONFIG_RES1;
     for (const ConfigField& f : CONFIG_FIELDS)
-        if (field(f.idIndex == ID_TRCIDR0 ? idr0 : idr2, f.shift, f.width) != 0) bits |= f.bits;
-    return bits | 1u;
+        if (f.id.get(f.inIdr2 ? idr2 : idr0) != 0) bits |= static_cast<uint32_t>(f.config.mask());
+    return bits;
 }
 
 std::string deviceName(const std::string& block) {
@@ -120,37 +123,37 @@ TraceSetup traceSetup(const std::string& configFile, const Plan& plan) {
         const ModuleWrites& m = modules[name];
         auto prg = m.findSuffix("TRCPRGCTLR");
         if (prg != m.addressOf.end()) {
-            const uint64_t base = prg->second - etm::TRCPRGCTLR;
-            if (!(m.value(prg->second) & 1)) continue;
+            const uint64_t base = prg->second - etmOffset(TRCPRGCTLR);
+            if (!TRCPRGCTLR_EN.get(m.value(prg->second))) continue;
             TraceUnit unit;
             unit.block = name;
             unit.space = m.space;
             unit.base = base;
-            unit.config = static_cast<uint32_t>(m.value(base + etm::TRCCONFIGR));
-            unit.traceId = static_cast<uint32_t>(m.value(base + etm::TRCTRACEIDR));
+            unit.config = static_cast<uint32_t>(m.value(base + etmOffset(TRCCONFIGR)));
+            unit.traceId = static_cast<uint32_t>(m.value(base + etmOffset(TRCTRACEIDR)));
             setup.units.push_back(unit);
             continue;
         }
         auto tcsr = m.findSuffix("STMTCSR");
         if (tcsr != m.addressOf.end()) {
-            if (!(m.value(tcsr->second) & 1)) continue;
-            setup.stms.push_back({name, m.space, tcsr->second - stm::STMTCSR,
+            if (!quorl::stm::STMTCSR_EN.get(m.value(tcsr->second))) continue;
+            setup.stms.push_back({name, m.space, tcsr->second - stmOffset(quorl::stm::STMTCSR),
                                   static_cast<uint32_t>(m.value(tcsr->second)), ""});
             continue;
         }
         auto ctl = m.findSuffix("CTL");
         if (ctl != m.addressOf.end() && m.has("MODE")) {
-            const uint64_t base = ctl->second - tmc::CTL;
-            if (!(m.value(ctl->second) & tmc::CTL_CAPT_EN)) continue;
+            const uint64_t base = ctl->second - tmcOffset(quorl::tmc::CTL);
+            if (!quorl::tmc::CTL_TraceCaptEn.get(m.value(ctl->second))) continue;
             TraceSink sink;
             sink.block = name;
             sink.space = m.space;
             sink.base = base;
-            sink.mode = static_cast<uint32_t>(m.value(base + tmc::MODE));
+            sink.mode = static_cast<uint32_t>(m.value(base + tmcOffset(quorl::tmc::MODE)));
             sink.systemBuffer = m.has("DBALO");
             if (sink.systemBuffer) {
-                sink.bufferBase = m.value(base + tmc::DBAHI) << 32 | m.value(base + tmc::DBALO);
-                sink.bufferSize = m.value(base + tmc::RSZ) * 4;
+                sink.bufferBase = m.value(base + tmcOffset(quorl::tmc::DBAHI)) << 32 | m.value(base + tmcOffset(quorl::tmc::DBALO));
+                sink.bufferSize = m.value(base + tmcOffset(quorl::tmc::RSZ)) * 4;
             }
             setup.sinks.push_back(sink);
         }

@@ -3,6 +3,9 @@
 // core trace units, STMs and trace sinks that a configure run enables, their
 // addresses and programmed values, found in the run's register plan, and the
 // sink each source's Dependency chain reaches.
+#include "modules/EtmRegisters.h"
+#include "modules/StmRegisters.h"
+#include "modules/TmcRegisters.h"
 #include "rq7/Plan.h"
 
 #include <cstdint>
@@ -11,38 +14,26 @@
 
 namespace rq7 {
 
-// Register offsets from a unit's base address, as capture and snapshot use
-// them.
-namespace etm {
-constexpr uint64_t TRCPRGCTLR = 0x004, TRCCONFIGR = 0x010, TRCTRACEIDR = 0x040;
-}
-namespace tmc {
-constexpr uint64_t RSZ = 0x004, STS = 0x00C, RRD = 0x010, RRP = 0x014, RWP = 0x018, CTL = 0x020,
-                   MODE = 0x028, RWPHI = 0x03C, DBALO = 0x118, DBAHI = 0x11C, FFCR = 0x304;
-constexpr uint32_t STS_FULL = 1u << 0, STS_TMC_READY = 1u << 2;
-constexpr uint32_t FFCR_FLUSH_MAN = 1u << 6, FFCR_STOP_ON_FLUSH = 1u << 12, FFCR_DRAIN = 1u << 14;
-constexpr uint32_t CTL_CAPT_EN = 1u << 0;
-constexpr uint32_t MODE_HARDWARE_FIFO = 2;
-constexpr uint32_t RRD_EMPTY = 0xFFFFFFFF;
-}  // namespace tmc
-namespace stm {
-constexpr uint64_t STMTCSR = 0xE80;
-constexpr unsigned TCSR_TRACEID_SHIFT = 16;
-constexpr uint32_t TCSR_TRACEID_MASK = 0x7F;
-}  // namespace stm
+// Offsets from a unit's base address, from the units' register maps.
+inline uint64_t etmOffset(quorl::etm::Register32 id) { return quorl::etm::registerMap32[id].offset; }
+inline uint64_t etmIdOffset(quorl::etm::IdRegister id) { return quorl::etm::idRegisterMap[id].offset; }
+inline uint64_t tmcOffset(quorl::tmc::RegisterId id) { return quorl::tmc::registerMap[id].offset; }
+inline uint64_t stmOffset(quorl::stm::RegisterId id) { return quorl::stm::registerMap[id].offset; }
 
 // Identification registers a decoder needs of an ETMv4 unit, with the values
 // of an Armv8-A unit (64-bit addresses and timestamps, 32-bit context IDs,
 // 8-bit VMIDs, branch broadcast, cycle counting, return stack, no P0 or data
 // tracing) for snapshots made without the target's memory.
 struct EtmIdRegister {
-    const char* name;
-    uint64_t offset;
+    quorl::etm::IdRegister id;
     uint32_t armv8Default;
+    const char* name() const { return quorl::etm::idRegisterMap[id].name + 4; }  // without "ETM_"
+    uint64_t offset() const { return etmIdOffset(id); }
 };
-extern const EtmIdRegister ETM_ID_REGISTERS[10];
-// TRCIDR0 and TRCIDR2 of an ID register set in ETM_ID_REGISTERS order.
-constexpr unsigned ID_TRCIDR0 = 1, ID_TRCIDR2 = 3;
+constexpr size_t ETM_ID_COUNT = 10;
+extern const EtmIdRegister ETM_ID_REGISTERS[ETM_ID_COUNT];
+// Where TRCIDR0 and TRCIDR2 stand in ETM_ID_REGISTERS.
+constexpr unsigned ID_INDEX_TRCIDR0 = 1, ID_INDEX_TRCIDR2 = 3;
 
 // TRCCONFIGR bits the unit implements according to its ID registers: the
 // others read as 0 whatever was written.
@@ -71,7 +62,7 @@ struct TraceSink {
     uint32_t mode = 0;
     bool systemBuffer = false;  // a buffer in system memory (DBALO/DBAHI programmed)
     uint64_t bufferBase = 0, bufferSize = 0;
-    bool storesTrace() const { return mode != tmc::MODE_HARDWARE_FIFO; }
+    bool storesTrace() const { return mode != quorl::tmc::MODE_HARDWARE_FIFO; }
 };
 
 struct TraceSetup {

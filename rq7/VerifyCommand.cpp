@@ -37,14 +37,15 @@ bool endsWith(const std::string& text, const char* tail) {
     return text.size() >= t.size() && text.compare(text.size() - t.size(), t.size(), t) == 0;
 }
 
-// Bits of a register worth comparing; 0 leaves it out. Names as the modules
-// spell them, with or without their unit prefix.
+// Bits of a register worth comparing: the read-write fields of its table;
+// without a table all of it, but for write-only lock registers.
 uint64_t comparedBits(const std::string& reg) {
-    static const char* const WRITE_ONLY_OR_STATUS[] = {"LAR", "STS", "LSR", "AUTHSTATUS", "TRCSTATR"};
-    for (const char* name : WRITE_ONLY_OR_STATUS)
-        if (endsWith(reg, name)) return 0;
-    if (endsWith(reg, "FFCR")) return ~uint64_t(tmc::FFCR_FLUSH_MAN | tmc::FFCR_DRAIN);
-    return ~uint64_t(0);
+    const quorl::RegisterFields* fields = quorl::findRegisterFields(reg);
+    if (!fields) return endsWith(reg, "LAR") ? 0 : ~uint64_t(0);  // lock access, OS lock
+    uint64_t bits = 0;
+    for (const quorl::Field& f : *fields)
+        if (f.access == quorl::FieldAccess::ReadWrite) bits |= f.mask();
+    return bits;
 }
 
 // "bit 3, bits 8-10" of a difference.
@@ -89,10 +90,10 @@ int verifyCommand(const std::vector<std::string>& args) {
         for (const Location& at : order) {
             const Access& w = *last[at];
             uint64_t bits = comparedBits(w.reg);
-            if (endsWith(w.reg, "TRCCONFIGR")) {
-                const uint64_t base = w.address - etm::TRCCONFIGR;
-                bits &= implementedConfigBits(memory->read32(w.space, base + ETM_ID_REGISTERS[ID_TRCIDR0].offset),
-                                              memory->read32(w.space, base + ETM_ID_REGISTERS[ID_TRCIDR2].offset));
+            if (w.reg == quorl::etm::registerMap32[quorl::etm::TRCCONFIGR].name) {
+                const uint64_t base = w.address - etmOffset(quorl::etm::TRCCONFIGR);
+                bits &= implementedConfigBits(memory->read32(w.space, base + etmIdOffset(quorl::etm::ID_TRCIDR0)),
+                                              memory->read32(w.space, base + etmIdOffset(quorl::etm::ID_TRCIDR2)));
             }
             if (w.width < 64) bits &= (uint64_t(1) << w.width) - 1;
             if (!bits) continue;
