@@ -188,10 +188,12 @@ int captureCommand(const std::vector<std::string>& args) {
                                              : readInternalBuffer(*memory, sink);
             content.buffers.push_back(std::move(buffer));
         }
-        if (content.buffers.empty()) std::cerr << "rq7 capture: warning: " << a.file << " enables no sink that stores trace\n";
+        if (content.buffers.empty())
+            std::cerr << "rq7 capture: warning: " << a.file << " enables no sink that stores trace\n";
         for (const TraceUnit& unit : content.setup.units) {
             content.unitRegisters.push_back(readUnitRegisters(*memory, unit));
-            known.insert(static_cast<unsigned>(quorl::etm::TRCTRACEIDR_TRACEID.get(content.unitRegisters.back().traceId)));
+            known.insert(
+                static_cast<unsigned>(quorl::etm::TRCTRACEIDR_TRACEID.get(content.unitRegisters.back().traceId)));
         }
         for (const StmUnit& s : content.setup.stms) {
             content.stmControl.push_back(memory->read32(s.space, s.base + stmOffset(quorl::stm::STMTCSR)));

@@ -49,14 +49,17 @@ public:
     std::vector<std::string> spaces() const override { return serverSpaces; }
     uint64_t read(const std::string& space, uint64_t address, unsigned bits) override {
         uint64_t value = 0;
-        access("read of", space, address, [&] { process->readMemory(quorl::ExtAddress(address, space), bits / 8, 1, &value); });
+        access("read of", space, address,
+               [&] { process->readMemory(quorl::ExtAddress(address, space), bits / 8, 1, &value); });
         return value;
     }
     void write32(const std::string& space, uint64_t address, uint32_t value) override {
-        access("write to", space, address, [&] { process->writeMemory(quorl::ExtAddress(address, space), 4, 1, &value); });
+        access("write to", space, address,
+               [&] { process->writeMemory(quorl::ExtAddress(address, space), 4, 1, &value); });
     }
     void readBytes(const std::string& space, uint64_t address, uint8_t* out, uint32_t size) override {
-        access("read of", space, address, [&] { process->readMemory(quorl::ExtAddress(address, space), 1, size, out); });
+        access("read of", space, address,
+               [&] { process->readMemory(quorl::ExtAddress(address, space), 1, size, out); });
     }
 
 private:
@@ -114,7 +117,8 @@ UnitRegisters readUnitRegisters(TargetMemory& memory, const TraceUnit& unit) {
     UnitRegisters r;
     r.config = memory.read32(unit.space, unit.base + etmOffset(quorl::etm::TRCCONFIGR));
     r.traceId = memory.read32(unit.space, unit.base + etmOffset(quorl::etm::TRCTRACEIDR));
-    for (size_t i = 0; i < ETM_ID_COUNT; ++i) r.ids[i] = memory.read32(unit.space, unit.base + ETM_ID_REGISTERS[i].offset());
+    for (size_t i = 0; i < ETM_ID_COUNT; ++i)
+        r.ids[i] = memory.read32(unit.space, unit.base + ETM_ID_REGISTERS[i].offset());
     return r;
 }
 

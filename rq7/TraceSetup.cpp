@@ -52,24 +52,13 @@ const ConfigField CONFIG_FIELDS[] = {
 // clang-format on
 const uint32_t CONFIG_RES1 = 1u << 0;  // bit 0 reads as written
 
-bool endsWith(const std::string& text, const std::string& tail) {
-    return text.size() >= tail.size() && text.compare(text.size() - tail.size(), tail.size(), tail) == 0;
-}
-
-// Final value written to each (space, address) of one module, and which
-// modules play which part, in order of first appearance.
+// Final value written to each address of one module, and the registers it
+// writes by the names of the units' register maps.
 struct ModuleWrites {
     std::string space;
     std::map<uint64_t, uint64_t> last;
     std::map<std::string, uint64_t> addressOf;  // register name -> address
-    bool has(const std::string& reg) const { return findSuffix(reg) != addressOf.end(); }
-    std::map<std::string, uint64_t>::const_iterator findSuffix(const std::string& reg) const {
-        for (auto it = addressOf.begin(); it != addressOf.end(); ++it)
-            if (endsWith(it->first, reg) &&
-                (it->first.size() == reg.size() || it->first[it->first.size() - reg.size() - 1] == '_'))
-                return it;
-        return addressOf.end();
-    }
+    bool has(const char* reg) const { return addressOf.count(reg) != 0; }
     uint64_t value(uint64_t address) const {
         auto it = last.find(address);
         return it == last.end() ? 0 : it->second;
@@ -121,7 +110,7 @@ TraceSetup traceSetup(const std::string& configFile, const Plan& plan) {
     TraceSetup setup;
     for (const std::string& name : order) {
         const ModuleWrites& m = modules[name];
-        auto prg = m.findSuffix("TRCPRGCTLR");
+        auto prg = m.addressOf.find(registerMap32[TRCPRGCTLR].name);
         if (prg != m.addressOf.end()) {
             const uint64_t base = prg->second - etmOffset(TRCPRGCTLR);
             if (!TRCPRGCTLR_EN.get(m.value(prg->second))) continue;
@@ -134,15 +123,15 @@ TraceSetup traceSetup(const std::string& configFile, const Plan& plan) {
             setup.units.push_back(unit);
             continue;
         }
-        auto tcsr = m.findSuffix("STMTCSR");
+        auto tcsr = m.addressOf.find(quorl::stm::registerMap[quorl::stm::STMTCSR].name);
         if (tcsr != m.addressOf.end()) {
             if (!quorl::stm::STMTCSR_EN.get(m.value(tcsr->second))) continue;
             setup.stms.push_back({name, m.space, tcsr->second - stmOffset(quorl::stm::STMTCSR),
                                   static_cast<uint32_t>(m.value(tcsr->second)), ""});
             continue;
         }
-        auto ctl = m.findSuffix("CTL");
-        if (ctl != m.addressOf.end() && m.has("MODE")) {
+        auto ctl = m.addressOf.find(quorl::tmc::registerMap[quorl::tmc::CTL].name);
+        if (ctl != m.addressOf.end() && m.has(quorl::tmc::registerMap[quorl::tmc::MODE].name)) {
             const uint64_t base = ctl->second - tmcOffset(quorl::tmc::CTL);
             if (!quorl::tmc::CTL_TraceCaptEn.get(m.value(ctl->second))) continue;
             TraceSink sink;
@@ -150,9 +139,10 @@ TraceSetup traceSetup(const std::string& configFile, const Plan& plan) {
             sink.space = m.space;
             sink.base = base;
             sink.mode = static_cast<uint32_t>(m.value(base + tmcOffset(quorl::tmc::MODE)));
-            sink.systemBuffer = m.has("DBALO");
+            sink.systemBuffer = m.has(quorl::tmc::registerMap[quorl::tmc::DBALO].name);
             if (sink.systemBuffer) {
-                sink.bufferBase = m.value(base + tmcOffset(quorl::tmc::DBAHI)) << 32 | m.value(base + tmcOffset(quorl::tmc::DBALO));
+                sink.bufferBase =
+                    m.value(base + tmcOffset(quorl::tmc::DBAHI)) << quorl::tmc::DBAHI_ADDRESS_SHIFT | m.value(base + tmcOffset(quorl::tmc::DBALO));
                 sink.bufferSize = m.value(base + tmcOffset(quorl::tmc::RSZ)) * 4;
             }
             setup.sinks.push_back(sink);

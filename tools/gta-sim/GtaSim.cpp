@@ -190,7 +190,8 @@ bool MemoryImage::load(const std::string& path, bool bigEndian, std::string& err
         if (value.empty() || !extra.empty() || !parseNumber(address, a) || !parseNumber(value, v) ||
             !parseNumber(width, w) || (w != 1 && w != 2 && w != 4 && w != 8) ||
             (w < 8 && (v >> (8 * w)) != 0)) {
-            error = where + "expected \"space address value [width]\" with width 1, 2, 4 or 8, or \"space address @file\"";
+            error =
+                where + "expected \"space address value [width]\" with width 1, 2, 4 or 8, or \"space address @file\"";
             return false;
         }
         writeValue(space, a, v, static_cast<unsigned>(w), bigEndian);

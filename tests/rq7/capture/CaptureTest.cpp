@@ -53,7 +53,9 @@ public:
     }
     std::string config() const { return dir.file("trace.xml"); }
     rq7e2e::ToolResult configure() { return runTool({"-c", config()}, dir.path()); }
-    rq7e2e::ToolResult rq7(const std::vector<std::string>& args) { return rq7e2e::runProgram(RQ7_BINARY, args, dir.path()); }
+    rq7e2e::ToolResult rq7(const std::vector<std::string>& args) {
+        return rq7e2e::runProgram(RQ7_BINARY, args, dir.path());
+    }
     rq7e2e::ToolResult capture() {
         return rq7({"capture", config(), "-o", snapshot(), "--dump", "AXI:" + hexText(CODE_ADDRESS) + ":20"});
     }
@@ -104,7 +106,8 @@ TEST_P(Capture, DecodesWhatTheSinkHeld) {
         edits.push_back({"<DefaultValue>DDR Buffer</DefaultValue>", "<DefaultValue>Internal</DefaultValue>"});
         edits.push_back({"<DefaultValue>PassThrough</DefaultValue>", "<DefaultValue>OneBuffer</DefaultValue>"});
         image = "APB " + ETF_RSZ + " 0x400\n";
-        simArgs = {"--read-fifo", "APB:" + ETF_RRD + ":@DIR@/trace.bin", "--clear-on-write", "APB:" + ETF_FFCR + ":0x40"};
+        simArgs = {"--read-fifo", "APB:" + ETF_RRD + ":@DIR@/trace.bin", "--clear-on-write",
+                   "APB:" + ETF_FFCR + ":0x40"};
     } else {
         uint64_t pointer = DDR_BASE + stream.size(), status = 0x4;  // TMCReady
         if (s.sink == Scenario::DdrWrapped) {
