@@ -155,6 +155,7 @@ inline constexpr ArrayDef TRCACATR = {"ETM_TRCACATR", 0x480, 64, 16};     // add
 // ---- fields -----------------------------------------------------------------
 using FA = FieldAccess;
 
+inline constexpr Field TRCOSLAR_OSLK{"OSLK", 0, 1, FieldAccess::WriteOnly};
 inline constexpr uint32_t TRCOSLAR_UNLOCKED = 0;  // OSLK clear
 
 inline constexpr Field TRCPRGCTLR_EN{"EN", 0, 1};
@@ -176,6 +177,14 @@ inline constexpr uint32_t INSTP0_LOAD_STORE = 3;
 // Resource selector 1 is always TRUE; an EVENT field holding 1 fires always.
 inline constexpr uint32_t EVENT_ALWAYS = 1;
 inline constexpr uint32_t EVENT_NONE = 0;
+
+// TRCEVENTCTL0R: four event selectors; TRCEVENTCTL1R: which of them insert
+// event elements, and the ATB trigger.
+inline constexpr Field TRCEVENTCTL0R_EVENT[] = {{"EVENT0", 0, 8}, {"EVENT1", 8, 8}, {"EVENT2", 16, 8},
+                                                {"EVENT3", 24, 8}};
+inline constexpr Field TRCEVENTCTL1R_INSTEN{"INSTEN", 0, 4};
+inline constexpr Field TRCEVENTCTL1R_ATB{"ATB", 11, 1};
+inline constexpr Field TRCEVENTCTL1R_LPOVERRIDE{"LPOVERRIDE", 12, 1};
 
 inline constexpr Field TRCSYNCPR_PERIOD{"PERIOD", 0, 5};
 inline constexpr uint32_t SYNC_PERIOD_1KB = 10;  // a sync every 2^10 bytes of trace
@@ -210,6 +219,7 @@ inline constexpr Field TRCCIDCCTLR_COMP0{"COMP0", 0, 8};
 inline constexpr Field TRCCIDCCTLR_COMP1{"COMP1", 8, 8};
 inline constexpr Field TRCCIDCCTLR_COMP2{"COMP2", 16, 8};
 inline constexpr Field TRCCIDCCTLR_COMP3{"COMP3", 24, 8};
+inline constexpr Field TRCVMIDCCTLR_COMP0 = TRCCIDCCTLR_COMP0;
 inline constexpr uint32_t COMP_MASK_BYTE0 = 1u << 0;
 
 // TRCACATRn fields; CONTEXTTYPE 1 matches the context ID, 2 the VMID.
@@ -278,11 +288,6 @@ inline constexpr Field TRCIDR11_NUMP1SPC{"NUMP1SPC", 0, 32, FA::ReadOnly};
 inline constexpr Field TRCIDR12_NUMCONDKEY{"NUMCONDKEY", 0, 32, FA::ReadOnly};
 inline constexpr Field TRCIDR13_NUMCONDSPC{"NUMCONDSPC", 0, 32, FA::ReadOnly};
 
-inline constexpr Field TRCAUTHSTATUS_NSID{"NSID", 0, 2, FA::ReadOnly};
-inline constexpr Field TRCAUTHSTATUS_NSNID{"NSNID", 2, 2, FA::ReadOnly};
-inline constexpr Field TRCAUTHSTATUS_SID{"SID", 4, 2, FA::ReadOnly};
-inline constexpr Field TRCAUTHSTATUS_SNID{"SNID", 6, 2, FA::ReadOnly};
-
 inline constexpr Field TRCDEVARCH_ARCHID{"ARCHID", 0, 16, FA::ReadOnly};
 inline constexpr Field TRCDEVARCH_REVISION{"REVISION", 16, 4, FA::ReadOnly};
 inline constexpr Field TRCDEVARCH_PRESENT{"PRESENT", 20, 1, FA::ReadOnly};
@@ -290,6 +295,8 @@ inline constexpr Field TRCDEVARCH_ARCHITECT{"ARCHITECT", 21, 11, FA::ReadOnly};
 
 // clang-format off
 inline constexpr Field TRCPRGCTLR_FIELDS[] = {TRCPRGCTLR_EN};
+inline constexpr Field TRCOSLAR_FIELDS[] = {TRCOSLAR_OSLK};
+inline constexpr Field TRCEVENTCTL1R_FIELDS[] = {TRCEVENTCTL1R_INSTEN, TRCEVENTCTL1R_ATB, TRCEVENTCTL1R_LPOVERRIDE};
 inline constexpr Field TRCCONFIGR_FIELDS[] = {TRCCONFIGR_INSTP0, TRCCONFIGR_BB, TRCCONFIGR_CCI, TRCCONFIGR_CID,
     TRCCONFIGR_VMID, TRCCONFIGR_COND, TRCCONFIGR_TS, TRCCONFIGR_RS, TRCCONFIGR_QE, TRCCONFIGR_VMIDOPT,
     TRCCONFIGR_DA, TRCCONFIGR_DV};
@@ -325,14 +332,15 @@ inline constexpr Field TRCIDR10_FIELDS[] = {TRCIDR10_NUMP1KEY};
 inline constexpr Field TRCIDR11_FIELDS[] = {TRCIDR11_NUMP1SPC};
 inline constexpr Field TRCIDR12_FIELDS[] = {TRCIDR12_NUMCONDKEY};
 inline constexpr Field TRCIDR13_FIELDS[] = {TRCIDR13_NUMCONDSPC};
-inline constexpr Field TRCAUTHSTATUS_FIELDS[] = {TRCAUTHSTATUS_NSID, TRCAUTHSTATUS_NSNID, TRCAUTHSTATUS_SID,
-    TRCAUTHSTATUS_SNID};
 inline constexpr Field TRCDEVARCH_FIELDS[] = {TRCDEVARCH_ARCHID, TRCDEVARCH_REVISION, TRCDEVARCH_PRESENT,
     TRCDEVARCH_ARCHITECT};
 
 inline constexpr RegisterFields registerFields[] = {
     {"ETM_TRCLAR",        LAR_FIELDS},
+    {"ETM_TRCOSLAR",      TRCOSLAR_FIELDS},
     {"ETM_TRCPRGCTLR",    TRCPRGCTLR_FIELDS},
+    {"ETM_TRCEVENTCTL0R", TRCEVENTCTL0R_EVENT},
+    {"ETM_TRCEVENTCTL1R", TRCEVENTCTL1R_FIELDS},
     {"ETM_TRCCONFIGR",    TRCCONFIGR_FIELDS},
     {"ETM_TRCSYNCPR",     TRCSYNCPR_FIELDS},
     {"ETM_TRCCCCTLR",     TRCCCCTLR_FIELDS},
@@ -359,7 +367,7 @@ inline constexpr RegisterFields registerFields[] = {
     {"ETM_TRCIDR11",      TRCIDR11_FIELDS},
     {"ETM_TRCIDR12",      TRCIDR12_FIELDS},
     {"ETM_TRCIDR13",      TRCIDR13_FIELDS},
-    {"ETM_TRCAUTHSTATUS", TRCAUTHSTATUS_FIELDS},
+    {"ETM_TRCAUTHSTATUS", AUTHSTATUS_FIELDS},
     {"ETM_TRCDEVARCH",    TRCDEVARCH_FIELDS},
 };
 // clang-format on

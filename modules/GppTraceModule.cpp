@@ -390,9 +390,9 @@ void GppTraceModule::programVmidComparator(boost::shared_ptr<TaProcess> process)
     // told, and it must stay so.
     const unsigned n = static_cast<unsigned>(k);
     if (n < VMID_COMPARATORS_PER_CTLR)
-        write(process, TRCVMIDCCTLR0, ~(TRCCIDCCTLR_COMP0.mask() << n));
+        write(process, TRCVMIDCCTLR0, ~(TRCVMIDCCTLR_COMP0.mask() << n));
     else if (n > VMID_COMPARATORS_PER_CTLR)
-        write(process, TRCVMIDCCTLR1, ~(TRCCIDCCTLR_COMP0.mask() << (n - VMID_COMPARATORS_PER_CTLR)));
+        write(process, TRCVMIDCCTLR1, ~(TRCVMIDCCTLR_COMP0.mask() << (n - VMID_COMPARATORS_PER_CTLR)));
     vmidComparators->registers[k]->write(process, static_cast<uint64_t>(vmid));
 }
 

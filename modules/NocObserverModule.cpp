@@ -72,7 +72,6 @@ bool NocObserverModule::loadNoCObserverSettings(boost::shared_ptr<ConfigBlock> b
 bool NocObserverModule::configure(boost::shared_ptr<TaProcess> process) {
     if (!baseAddressRead) return true;
     RQ7_LOG(logNocObserverModule, LOG_INFO, "Write NoC Observer registers");
-
     // Down ATB side first; up STP side first.
     registers[ATBEN].write(process, ATBEN_EN(false));
     registers[STPV2_EN].write(process, STPV2_EN_EN(false));

@@ -75,6 +75,12 @@ struct Field {
 // Every CoreSight unit's lock access register holds one write-only key.
 inline constexpr Field LAR_KEY{"KEY", 0, 32, FieldAccess::WriteOnly};
 inline constexpr Field LAR_FIELDS[] = {LAR_KEY};
+// And one authentication status: two bits each for non-secure and secure,
+// invasive and non-invasive debug.
+inline constexpr Field AUTHSTATUS_FIELDS[] = {{"NSID", 0, 2, FieldAccess::ReadOnly},
+                                              {"NSNID", 2, 2, FieldAccess::ReadOnly},
+                                              {"SID", 4, 2, FieldAccess::ReadOnly},
+                                              {"SNID", 6, 2, FieldAccess::ReadOnly}};
 
 // The fields of one register, by the name its Register<T> carries. An array
 // of registers ("ETM_TRCACATR0", "ETM_TRCACATR1", ...) has one entry under

@@ -97,11 +97,6 @@ inline constexpr Field LSR_SLI{"SLI", 0, 1, FA::ReadOnly};  // a lock is impleme
 inline constexpr Field LSR_SLK{"SLK", 1, 1, FA::ReadOnly};  // registers are locked
 inline constexpr Field LSR_nTT{"nTT", 2, 1, FA::ReadOnly};
 
-inline constexpr Field AUTHSTATUS_NSID{"NSID", 0, 2, FA::ReadOnly};
-inline constexpr Field AUTHSTATUS_NSNID{"NSNID", 2, 2, FA::ReadOnly};
-inline constexpr Field AUTHSTATUS_SID{"SID", 4, 2, FA::ReadOnly};
-inline constexpr Field AUTHSTATUS_SNID{"SNID", 6, 2, FA::ReadOnly};
-
 inline constexpr Field DEVID_ATBINPORTCOUNT{"ATBINPORTCOUNT", 0, 5, FA::ReadOnly};
 inline constexpr Field DEVID_CLKSCHEME{"CLKSCHEME", 5, 1, FA::ReadOnly};
 inline constexpr Field DEVID_CONFIGTYPE{"CONFIGTYPE", 6, 2, FA::ReadOnly};  // 0 ETB, 1 ETR, 2 ETF
@@ -121,7 +116,6 @@ inline constexpr Field FFCR_FIELDS[] = {FFCR_EnFt, FFCR_EnTI, FFCR_FOnFlIn, FFCR
     FFCR_TrigOnTrigIn, FFCR_TrigOnTrigEvt, FFCR_TrigOnFl, FFCR_StopOnFl, FFCR_StopOnTrigEvt, FFCR_DrainBuffer};
 inline constexpr Field PSCR_FIELDS[] = {PSCR_PSCount};
 inline constexpr Field LSR_FIELDS[] = {LSR_SLI, LSR_SLK, LSR_nTT};
-inline constexpr Field AUTHSTATUS_FIELDS[] = {AUTHSTATUS_NSID, AUTHSTATUS_NSNID, AUTHSTATUS_SID, AUTHSTATUS_SNID};
 inline constexpr Field DEVID_FIELDS[] = {DEVID_ATBINPORTCOUNT, DEVID_CLKSCHEME, DEVID_CONFIGTYPE, DEVID_MEMWIDTH};
 
 inline constexpr RegisterFields registerFields[] = {

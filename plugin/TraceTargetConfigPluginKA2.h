@@ -2,6 +2,7 @@
 // Second-generation trace plugin: builds the modules from a fixed walk of the
 // configuration tree, links their dependencies, hands the funnel port settings
 // to the funnels, and configures by reset-then-enable with sinks last.
+#include "modules/FunnelRegisters.h"
 #include "plugin/TraceTargetConfigPluginKA.h"
 
 #include <boost/shared_ptr.hpp>
@@ -18,7 +19,7 @@ namespace CONFIG_KA2 {
 
 // Settings of one funnel gathered from its port blocks, indexed by port number.
 struct FunnelPortSettings {
-    static const unsigned PortCount = 8;
+    static const unsigned PortCount = quorl::funnel::PORT_COUNT;
     std::vector<bool> portEnables = std::vector<bool>(PortCount, false);
     std::vector<uint32_t> portPriorities = std::vector<uint32_t>(PortCount, 0);
 };
