@@ -2,6 +2,7 @@
 #include "rq7/Cli.h"
 #include "rq7/Fields.h"
 #include "rq7/Plan.h"
+#include "rq7/PlanArgs.h"
 #include "rq7/PlanText.h"
 
 #include <algorithm>
@@ -144,8 +145,8 @@ bool printOrderDifference(std::ostream& out, const Plan& a, const Plan& b, const
 
 int diffCommand(const std::vector<std::string>& args) {
     po::options_description options;
-    options.add_options()("disable,d", "")("image", po::value<std::string>(), "")(
-        "files", po::value<std::vector<std::string>>(), "");
+    addPlanOptions(options);
+    options.add_options()("files", po::value<std::vector<std::string>>(), "");
     po::positional_options_description positional;
     positional.add("files", 2);
     const po::variables_map values = parseArguments(args, options, positional);
@@ -153,13 +154,8 @@ int diffCommand(const std::vector<std::string>& args) {
         throw UsageError("two files needed: A B");
     const auto files = values["files"].as<std::vector<std::string>>();
 
-    PlanOptions planOptions;
-    planOptions.disable = values.count("disable") != 0;
     gtasim::MemoryImage image;
-    if (values.count("image")) {
-        image = loadMemoryImage(values["image"].as<std::string>());
-        planOptions.image = &image;
-    }
+    const PlanOptions planOptions = planOptionsOf(values, image);
     const Plan a = makePlan(files[0], planOptions);
     const Plan b = makePlan(files[1], planOptions);
 

@@ -13,6 +13,8 @@
 #include "target.access/server/DummyServer.h"
 #include "tools/gta-sim/GtaSim.h"
 
+#include <sys/stat.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
@@ -171,9 +173,19 @@ private:
     std::streambuf* saved;
 };
 
+// Why `path` cannot be read at all, or "" when it can.
+std::string unreadable(const std::string& path) {
+    struct stat status;
+    if (::stat(path.c_str(), &status) != 0) return path + ": cannot open: " + std::strerror(errno);
+    if (S_ISDIR(status.st_mode)) return path + ": is a directory";
+    if (!std::ifstream(path, std::ios::binary)) return path + ": cannot open: " + std::strerror(errno);
+    return std::string();
+}
+
 std::string describeLoadFailure(const std::string& path) {
+    const std::string why = unreadable(path);
+    if (!why.empty()) return why;
     std::ifstream in(path, std::ios::binary);
-    if (!in) return path + ": cannot open: " + std::strerror(errno);
     if (!quorl::hasConfigurationExtension(path))
         return path + ": not taken as a configuration file: the name must end in .xml";
     const std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
@@ -227,14 +239,16 @@ Endpoint endpointOf(const quorl::Configuration& configuration, std::string& why)
 gtasim::MemoryImage loadMemoryImage(const std::string& path) {
     gtasim::MemoryImage image;
     std::string error;
-    if (!std::ifstream(path)) throw LoadError(path + ": cannot open: " + std::strerror(errno));
+    const std::string why = unreadable(path);
+    if (!why.empty()) throw LoadError(why);
     if (!image.load(path, false, error)) throw LoadError(error);
     return image;
 }
 
 Plan makePlan(const std::string& configFile, const PlanOptions& options) {
     // A file that cannot be read needs no loader's log line besides the message.
-    if (!std::ifstream(configFile)) throw LoadError(describeLoadFailure(configFile));
+    const std::string refused = unreadable(configFile);
+    if (!refused.empty()) throw LoadError(refused);
     StdoutToStderr logToStderr;
     quorl::TraceModuleCreator::forgetSharedObjects();
     CONFIG_KA2::TraceTargetConfigPluginKA2 plugin(PluginId, PluginVersion, configFile,

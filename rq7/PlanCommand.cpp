@@ -2,6 +2,7 @@
 #include "rq7/Cli.h"
 #include "rq7/Fields.h"
 #include "rq7/Plan.h"
+#include "rq7/PlanArgs.h"
 #include "rq7/PlanText.h"
 
 #include <nlohmann/json.hpp>
@@ -59,21 +60,16 @@ void printJson(std::ostream& out, const Plan& plan) {
 
 int planCommand(const std::vector<std::string>& args) {
     po::options_description options;
-    options.add_options()("disable,d", "")("image", po::value<std::string>(), "")(
-        "format", po::value<std::string>(), "")("file", po::value<std::string>(), "");
+    addPlanOptions(options);
+    options.add_options()("format", po::value<std::string>(), "")("file", po::value<std::string>(), "");
     po::positional_options_description positional;
     positional.add("file", 1);
     const po::variables_map values = parseArguments(args, options, positional);
     const std::string format = formatOption(values, {"text", "json"});
     if (!values.count("file")) throw UsageError("missing FILE");
 
-    PlanOptions planOptions;
-    planOptions.disable = values.count("disable") != 0;
     gtasim::MemoryImage image;
-    if (values.count("image")) {
-        image = loadMemoryImage(values["image"].as<std::string>());
-        planOptions.image = &image;
-    }
+    const PlanOptions planOptions = planOptionsOf(values, image);
     const Plan plan = makePlan(values["file"].as<std::string>(), planOptions);
     if (format == "json")
         printJson(std::cout, plan);

@@ -2,6 +2,8 @@
 // can use, and input files left as they were.
 #include "tests/rq7/plan/PlanSupport.h"
 
+#include <sstream>
+
 using namespace rq7plantest;
 using rq7e2e::readFile;
 using rq7e2e::ScratchDir;
@@ -62,6 +64,7 @@ INSTANTIATE_TEST_SUITE_P(
         CliCase{"PlanMissingFile", {"plan", "@none.xml"}, 2, "", "none.xml: cannot open: No such file"},
         CliCase{"PlanNotXml", {"plan", "@text.xml"}, 2, "", "text.xml: not a valid configuration file (XML error"},
         CliCase{"PlanWrongRoot", {"plan", "@root.xml"}, 2, "", "root.xml: not a valid configuration file"},
+        CliCase{"PlanDirectory", {"plan", "@"}, 2, "", ": is a directory"},
         CliCase{"PlanWrongExtension", {"plan", "@good.txt"}, 2, "", "must end in .xml"},
         CliCase{"PlanMissingImage", {"plan", "@good.xml", "--image", "@none.image"}, 2, "", "none.image: cannot open"},
         CliCase{"PlanBadImage", {"plan", "@good.xml", "--image", "@text.xml"}, 2, "", "text.xml:1"},
@@ -69,6 +72,19 @@ INSTANTIATE_TEST_SUITE_P(
         CliCase{"DiffMissingFile", {"diff", "@good.xml", "@none.xml"}, 2, "", "none.xml: cannot open"},
         CliCase{"DiffNotXml", {"diff", "@text.xml", "@good.xml"}, 2, "", "not a valid configuration file"}),
     [](const testing::TestParamInfo<CliCase>& info) { return info.param.name; });
+
+// Control registers come with their fields decoded by name.
+TEST(PlanText, ControlRegisterFieldsByName) {
+    ScratchDir dir;
+    writeFile(dir.file("a.xml"), readFile(LOGGER_EXAMPLE));
+    const auto result = rq7({"plan", dir.file("a.xml")}, dir.path());
+    ASSERT_EQ(result.status, 0) << result.err;
+    std::istringstream lines(result.out);
+    std::string line;
+    while (std::getline(lines, line) && line.find("Cluster 0 Core 0      ETM_TRCCONFIGR ") == std::string::npos) {}
+    EXPECT_NE(line.find(" 0x00020856  "), std::string::npos) << line;
+    EXPECT_NE(line.find(" CCI=1 "), std::string::npos) << line;
+}
 
 // A Logger file whose port the in-process server does not listen on: the run
 // would fail, and the plan says so with status 1.

@@ -68,7 +68,7 @@ INSTANTIATE_TEST_SUITE_P(
                                      "<Name>Cycle Counting</Name><DefaultValue>false</DefaultValue>");
                  },
                  1,
-                 {"Cluster 0 Core 0  ETM_TRCCONFIGR  -:0x81030010: 0x",
+                 {"Cluster 0 Core 0  ETM_TRCCONFIGR  -:0x81030010: 0x00020856 -> 0x00020846  CCI 1->0\n",
                   "Cluster 0 Core 0  ETM_TRCCCCTLR  -:0x81030038: 0x00000200 -> (not written)"}},
         DiffCase{"AddedModule", [] { return socgen::generatedSoc(8); }, [] { return socgen::generatedSoc(9); }, 1,
                  {"Cluster 1 Core 0  ETM_TRCCONFIGR  -:0x82030010: (not written) -> 0x"}},
