@@ -136,14 +136,17 @@ void writeSnapshot(const std::vector<SnapshotFile>& files, const std::string& di
     if (::stat(path.c_str(), &st) == 0) {
         old = path + ".old-XXXXXX";
         if (!::mkdtemp(&old[0]) || ::rename(path.c_str(), (old + "/previous").c_str()) != 0) {
-            if (!old.empty()) ::rmdir(old.c_str());
+            const int error = errno;
+            ::rmdir(old.c_str());
             removeTree(work, files);
+            errno = error;
             fail("cannot replace", path);
         }
     }
     if (::rename(work.c_str(), path.c_str()) != 0) {
         const int error = errno;
         removeTree(work, files);
+        if (!old.empty() && ::rename((old + "/previous").c_str(), path.c_str()) == 0) ::rmdir(old.c_str());
         errno = error;
         fail("cannot rename the snapshot to", path);
     }

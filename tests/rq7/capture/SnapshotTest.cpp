@@ -115,6 +115,7 @@ TEST(SnapshotCommand, RefusesBadInput) {
         {{"snapshot", dir.file("broken.xml"), "-o", dir.file("s")}, 2, "broken.xml"},
         {{"snapshot", dir.file("trace.xml"), "-o", dir.file("s"), "--dump", "AXI:0:16"}, 1, "--image"},
         {{"snapshot", dir.file("trace.xml"), "-o", dir.file("s"), "--trace", dir.file("none")}, 1, "none"},
+        {{"snapshot", dir.file("trace.xml"), "-o", dir.file("missing/s")}, 1, "cannot create a directory beside"},
         {{"capture", dir.file("broken.xml"), "-o", dir.file("s")}, 2, "broken.xml"},
         {{"verify", dir.file("logger.xml")}, 1, "names no GTA debug server"},
         {{"capture", dir.file("logger.xml"), "-o", dir.file("s")}, 1, "names no GTA debug server"},
