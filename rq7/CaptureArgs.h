@@ -1,6 +1,6 @@
 #pragma once
 // The command line shared by snapshot, capture and verify:
-//   FILE [-o DIR] [--image IMAGE] [--trace BUFFER]... [--dump SPEC]...
+//   FILE [-o DIR] [--image IMAGE] [--trace BUFFER]... [--dump MEMORY]...
 #include "rq7/Snapshot.h"
 
 #include <functional>

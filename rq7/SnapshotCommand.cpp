@@ -13,7 +13,7 @@
 namespace rq7 {
 
 const char* const snapshotHelp =
-    "Usage: rq7 snapshot FILE -o DIR [--image IMAGE] [--trace BUFFER]... [--dump SPEC]...\n"
+    "Usage: rq7 snapshot FILE -o DIR [--image IMAGE] [--trace BUFFER]... [--dump MEMORY]...\n"
     "\n"
     "Writes a trace decoder snapshot directory DIR for configuration FILE: the\n"
     "register values its core trace units and STMs hold after a configure run,\n"
@@ -21,8 +21,9 @@ const char* const snapshotHelp =
     "\n"
     "  -o DIR           the snapshot directory (replaced as a whole)\n"
     "  --image IMAGE    target memory as gta-sim loads it: the run reads from it,\n"
-    "                   and the units' ID registers come from it (else those of\n"
-    "                   an Armv8-A unit)\n"
+    "                   and the units' ID registers come from it; without it the\n"
+    "                   values are those of a Logger run, the ID registers those\n"
+    "                   of an Armv8-A unit\n"
     "  --trace BUFFER   captured trace of the next sink that stores trace, in\n"
     "                   plan order (repeatable)\n"
     "  --dump SPACE:ADDRESS:LENGTH   memory holding the traced code, read from\n"
