@@ -24,6 +24,11 @@ const std::vector<Subcommand>& subcommands() {
         {"diff", "compare two configurations register by register", diffHelp, diffCommand},
         {"lint", "find the mistakes of a configuration, with file and line", lintHelp, lintCommand},
         {"graph", "draw the trace path of a configuration (Graphviz)", graphHelp, graphCommand},
+        {"snapshot", "write a trace decoder snapshot of a configuration", snapshotHelp, snapshotCommand},
+        {"capture", "stop the trace sinks, read their trace out and write a snapshot (GTA)", captureHelp,
+         captureCommand},
+        {"verify", "read back every register a configure run writes and report differences (GTA)",
+         verifyHelp, verifyCommand},
     };
     return table;
 }

@@ -17,11 +17,17 @@ int planCommand(const std::vector<std::string>& args);
 int diffCommand(const std::vector<std::string>& args);
 int lintCommand(const std::vector<std::string>& args);
 int graphCommand(const std::vector<std::string>& args);
+int snapshotCommand(const std::vector<std::string>& args);
+int captureCommand(const std::vector<std::string>& args);
+int verifyCommand(const std::vector<std::string>& args);
 
 extern const char* const planHelp;
 extern const char* const diffHelp;
 extern const char* const lintHelp;
 extern const char* const graphHelp;
+extern const char* const snapshotHelp;
+extern const char* const captureHelp;
+extern const char* const verifyHelp;
 
 struct Subcommand {
     const char* name;

@@ -7,7 +7,8 @@ pkgs=(g++ cmake ninja-build pkg-config
       libboost-system-dev libboost-filesystem-dev
       libxml2-dev googletest libgtest-dev libgmock-dev libbenchmark-dev
       dpkg-dev lintian mandoc groff bash-completion
-      nlohmann-json3-dev graphviz)
+      nlohmann-json3-dev graphviz
+      libopencsd-bin)  # trc_pkt_lister: the capture tests decode with it
 missing=()
 for p in "${pkgs[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q 'install ok installed' || missing+=("$p")

@@ -37,14 +37,21 @@ struct Fixture : ::testing::Test {
     void SetUp() override {
         image = tempPath("image");
         log = tempPath("log");
-        std::ofstream(image) << "# test image\nAPB 0x1000 0x12345678\nAPB 0x1008 0xAB 1\nDDR 0x0 0x0102030405060708 8\n";
-        sim.reset(new gtatest::SimProcess(GTA_SIM_PROGRAM, {"--image", image, "--log", log}));
+        blob = tempPath("blob");
+        // A binary file spanning a page boundary, named relative to the image.
+        std::ofstream(blob, std::ios::binary) << std::string(4094, '\0') << "\x11\x22\x33\x44";  // 4098 bytes
+        std::ofstream(image) << "# test image\nAPB 0x1000 0x12345678\nAPB 0x1008 0xAB 1\nDDR 0x0 0x0102030405060708 8\n"
+                             << "DDR 0x10000 @" << blob.substr(blob.rfind('/') + 1) << "  # code\n";
+        sim.reset(new gtatest::SimProcess(GTA_SIM_PROGRAM, {"--image", image, "--log", log, "--clear-on-write",
+                                                            "AXI:0x3004:0x41", "--clear-on-write", "AXI:0x3008:0x1",
+                                                            "--read-fifo", "AXI:0x4000:" + blob}));
         ASSERT_NE(sim->port(), 0u) << sim->firstLine;
     }
     void TearDown() override {
         EXPECT_EQ(sim->stop(), 0);
         std::remove(image.c_str());
         std::remove(log.c_str());
+        std::remove(blob.c_str());
     }
     GtaSession* open() {
         GtaSession* s = nullptr;
@@ -52,7 +59,7 @@ struct Fixture : ::testing::Test {
         if (s) s->transport->timeout = gtatest::SAFETY_TIMEOUT_MS;
         return s;
     }
-    std::string image, log;
+    std::string image, log, blob;
     std::unique_ptr<gtatest::SimProcess> sim;
 };
 
@@ -79,9 +86,36 @@ TEST_F(GtaSim, AnswersTheCommandVocabulary) {
         {"mem write :c:d:x 0x2000 4 AXI beef", "E06"},  // not a whole element
         {"mem read :c:d:x 0x2000 3 AXI 1", "E04"},
         {"mem read :c:d:x 0x2000 4 NOPE 1", "E05"},
+        {"mem read :c:d:x 0x10ffe 2 DDR 2", hex(hex("\x11\x22\x33\x44"))},  // file bytes across pages
+        {"mem read :c:d:x 0x11002 1 DDR 1", hex(hex(std::string(1, '\0')))},   // past the file's end
+        // Clear-on-write: only the masked bits of that register drop back.
+        {"mem write :c:d:x 0x3004 4 AXI c3000000", "OK"},
+        {"mem read :c:d:x 0x3004 4 AXI 1", hex(hex(std::string("\x82\0\0\0", 4)))},
+        {"mem write :c:d:x 0x3000 4 AXI 010000000f000000", "OK"},  // a wider write covering it
+        {"mem read :c:d:x 0x3000 4 AXI 2", hex("010000000e000000")},
+        {"mem write :c:d:x 0x3008 4 APB 01000000", "OK"},  // same address, other space: kept
+        {"mem read :c:d:x 0x3008 4 APB 1", hex("01000000")},
+        // Read FIFO: word after word of the file; a wider read sees memory.
+        {"mem read :c:d:x 0x4000 4 AXI 1", hex(hex(std::string(4, '\0')))},
+        {"mem read :c:d:x 0x4000 4 AXI 2", hex(hex(std::string(8, '\0')))},
+        {"mem read :c:d:x 0x4000 4 AXI 1", hex(hex(std::string(4, '\0')))},
         {"mem erase", "E03"},
     };
     for (const auto& r : rows) {
+        GtaPacket* reply = nullptr;
+        ASSERT_EQ(gta_exec(s, r.command.c_str(), &reply), GTA_OK) << r.command;
+        EXPECT_EQ(gtatest::replyText(reply), r.reply) << r.command;
+    }
+    for (int word = 2; word < 1023; ++word) {  // up to the word holding the file's last bytes
+        GtaPacket* reply = nullptr;
+        ASSERT_EQ(gta_exec(s, "mem read :c:d:x 0x4000 4 AXI 1", &reply), GTA_OK);
+    }
+    const std::vector<Row> tail = {
+        {"mem read :c:d:x 0x4000 4 AXI 1", hex(hex(std::string("\0\0\x11\x22", 4)))},
+        {"mem read :c:d:x 0x4000 4 AXI 1", hex(hex("\x33\x44\xff\xff"))},  // the file ends inside a word
+        {"mem read :c:d:x 0x4000 4 AXI 1", hex(hex("\xff\xff\xff\xff"))},
+    };
+    for (const auto& r : tail) {
         GtaPacket* reply = nullptr;
         ASSERT_EQ(gta_exec(s, r.command.c_str(), &reply), GTA_OK) << r.command;
         EXPECT_EQ(gtatest::replyText(reply), r.reply) << r.command;
@@ -145,12 +179,30 @@ TEST_F(GtaSim, ResendsItsLastPacketOnNack) {
     ::close(s);
 }
 
-TEST(GtaSimCommandLine, RefusesABadImage) {
+TEST(GtaSimCommandLine, RefusesABadImageOrRule) {
     const std::string image = tempPath("bad_image");
-    std::ofstream(image) << "APB 0x1000\n";
-    gtatest::SimProcess sim(GTA_SIM_PROGRAM, {"--image", image});
-    EXPECT_EQ(sim.wait(), 2);
-    EXPECT_EQ(sim.port(), 0u);
+    struct Row {
+        std::string imageText;
+        std::vector<std::string> extra;
+    };
+    const std::vector<Row> rows = {
+        {"APB 0x1000\n", {}},
+        {"DDR 0x0 @no_such_file_here\n", {}},
+        {"DDR 0x0 @\n", {}},
+        {"", {"--clear-on-write", "APB:0x10"}},
+        {"", {"--clear-on-write", ":0x10:1"}},
+        {"", {"--clear-on-write", "APB:0x10:x"}},
+        {"", {"--read-fifo", "APB:0x10:/no/such/file"}},
+        {"", {"--read-fifo", "APB:0x10"}},
+    };
+    for (const auto& r : rows) {
+        std::ofstream(image) << r.imageText;
+        std::vector<std::string> args = {"--image", image};
+        args.insert(args.end(), r.extra.begin(), r.extra.end());
+        gtatest::SimProcess sim(GTA_SIM_PROGRAM, args);
+        EXPECT_EQ(sim.wait(), 2) << r.imageText;
+        EXPECT_EQ(sim.port(), 0u);
+    }
     std::remove(image.c_str());
 }
 

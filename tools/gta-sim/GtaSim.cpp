@@ -10,7 +10,9 @@
 
 #include <cerrno>
 #include <cstring>
+#include <algorithm>
 #include <fstream>
+#include <iterator>
 #include <list>
 #include <memory>
 #include <thread>
@@ -105,21 +107,34 @@ bool fromHex(const std::string& text, std::string& bytes) {
 // ---- Memory image ----------------------------------------------------------
 
 void MemoryImage::write(const std::string& space, uint64_t address, const uint8_t* data, uint64_t size) {
-    auto it = bytes.find(space);
-    if (it == bytes.end()) {
-        it = bytes.emplace(space, std::unordered_map<uint64_t, uint8_t>()).first;
+    auto it = pages.find(space);
+    if (it == pages.end()) {
+        it = pages.emplace(space, std::unordered_map<uint64_t, Page>()).first;
         order.push_back(space);
     }
-    for (uint64_t i = 0; i < size; ++i) it->second[address + i] = data[i];
+    while (size) {
+        const uint64_t offset = address % PAGE, n = std::min(size, PAGE - offset);
+        Page& page = it->second[address / PAGE];
+        if (page.empty()) page.assign(PAGE, 0);
+        std::memcpy(page.data() + offset, data, n);
+        address += n, data += n, size -= n;
+    }
 }
 
 void MemoryImage::read(const std::string& space, uint64_t address, uint8_t* data, uint64_t size) const {
-    auto it = bytes.find(space);
-    for (uint64_t i = 0; i < size; ++i) {
-        data[i] = 0;
-        if (it == bytes.end()) continue;
-        auto b = it->second.find(address + i);
-        if (b != it->second.end()) data[i] = b->second;
+    auto it = pages.find(space);
+    while (size) {
+        const uint64_t offset = address % PAGE, n = std::min(size, PAGE - offset);
+        const Page* page = nullptr;
+        if (it != pages.end()) {
+            auto p = it->second.find(address / PAGE);
+            if (p != it->second.end()) page = &p->second;
+        }
+        if (page)
+            std::memcpy(data, page->data() + offset, n);
+        else
+            std::memset(data, 0, n);
+        address += n, data += n, size -= n;
     }
 }
 
@@ -147,6 +162,8 @@ bool MemoryImage::load(const std::string& path, bool bigEndian, std::string& err
         error = "cannot open " + path;
         return false;
     }
+    const auto slash = path.rfind('/');
+    const std::string folder = slash == std::string::npos ? "" : path.substr(0, slash + 1);
     std::string line;
     for (unsigned number = 1; std::getline(in, line); ++number) {
         auto hash = line.find('#');
@@ -156,16 +173,55 @@ bool MemoryImage::load(const std::string& path, bool bigEndian, std::string& err
         if (!(fields >> space)) continue;
         fields >> address >> value;
         if (fields >> width) fields >> extra;
+        const std::string where = path + ":" + std::to_string(number) + ": ";
         uint64_t a = 0, v = 0, w = 0;
+        if (value.size() > 1 && value[0] == '@' && width == "4" && parseNumber(address, a)) {
+            std::string name = value.substr(1);
+            if (name[0] != '/') name = folder + name;
+            std::ifstream file(name, std::ios::binary);
+            const std::string data((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+            if (!file.good() && !file.eof()) {
+                error = where + "cannot read " + name;
+                return false;
+            }
+            write(space, a, reinterpret_cast<const uint8_t*>(data.data()), data.size());
+            continue;
+        }
         if (value.empty() || !extra.empty() || !parseNumber(address, a) || !parseNumber(value, v) ||
             !parseNumber(width, w) || (w != 1 && w != 2 && w != 4 && w != 8) ||
             (w < 8 && (v >> (8 * w)) != 0)) {
-            error = path + ":" + std::to_string(number) +
-                    ": expected \"space address value [width]\" with width 1, 2, 4 or 8";
+            error =
+                where + "expected \"space address value [width]\" with width 1, 2, 4 or 8, or \"space address @file\"";
             return false;
         }
         writeValue(space, a, v, static_cast<unsigned>(w), bigEndian);
     }
+    return true;
+}
+
+bool parseClearOnWrite(const std::string& text, Options::ClearOnWrite& rule) {
+    const auto first = text.find(':'), last = text.rfind(':');
+    if (first == std::string::npos || first == last || first == 0) return false;
+    rule.space = text.substr(0, first);
+    return parseNumber(text.substr(first + 1, last - first - 1), rule.address) &&
+           parseNumber(text.substr(last + 1), rule.mask);
+}
+
+bool parseReadFifo(const std::string& text, Options::ReadFifo& fifo, std::string& error) {
+    const auto first = text.find(':'), second = text.find(':', first == std::string::npos ? first : first + 1);
+    if (first == std::string::npos || second == std::string::npos || first == 0 ||
+        !parseNumber(text.substr(first + 1, second - first - 1), fifo.address) || second + 1 == text.size()) {
+        error = "--read-fifo takes SPACE:ADDRESS:FILE";
+        return false;
+    }
+    fifo.space = text.substr(0, first);
+    const std::string name = text.substr(second + 1);
+    std::ifstream in(name, std::ios::binary);
+    if (!in) {
+        error = "cannot read " + name;
+        return false;
+    }
+    fifo.data.assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
     return true;
 }
 
@@ -186,6 +242,7 @@ struct Server::Client {
 };
 
 Server::Server(Options o, MemoryImage i) : options(std::move(o)), image(std::move(i)) {
+    fifoRead.assign(options.readFifos.size(), 0);
     for (const auto& space : image.spaces()) {
         bool known = false;
         for (const auto& s : options.memorySpaces) known = known || s == space;
@@ -520,6 +577,12 @@ std::string Server::memoryRead(Client& c, const std::vector<std::string>& tokens
     {
         std::lock_guard<std::mutex> lock(mutex);
         image.read(space, a.address, reinterpret_cast<uint8_t*>(&data[0]), data.size());
+        for (size_t i = 0; i < options.readFifos.size(); ++i) {
+            const auto& fifo = options.readFifos[i];
+            if (a.width != 4 || count != 1 || fifo.space != space || fifo.address != a.address) continue;
+            size_t& next = fifoRead[i];
+            for (size_t b = 0; b < 4; ++b, ++next) data[b] = next < fifo.data.size() ? fifo.data[next] : '\xff';
+        }
     }
     return toHex(toHex(data));
 }
@@ -537,6 +600,14 @@ std::string Server::memoryWrite(Client& c, const std::vector<std::string>& token
         return REPLY_BAD_DATA;
     std::lock_guard<std::mutex> lock(mutex);
     image.write(space, a.address, reinterpret_cast<const uint8_t*>(data.data()), data.size());
+    // Requests the hardware completes at once: their bits fall back to 0.
+    for (const auto& rule : options.clearOnWrite) {
+        if (rule.space != space || rule.address < a.address || rule.address >= a.address + data.size())
+            continue;
+        const unsigned width = static_cast<unsigned>(std::min<uint64_t>(a.width, 8));
+        const uint64_t value = image.readValue(space, rule.address, width, options.bigEndian);
+        image.writeValue(space, rule.address, value & ~rule.mask, width, options.bigEndian);
+    }
     return "OK";
 }
 

@@ -23,7 +23,7 @@ const char* const REPLY_BAD_ARGUMENT = "E04";  // malformed or out-of-range argu
 const char* const REPLY_BAD_SPACE = "E05";     // unknown memory space
 const char* const REPLY_BAD_DATA = "E06";      // write data not whole elements of hex
 
-// Sparse memory, one byte map per memory space. Unwritten bytes read as 0.
+// Sparse memory, 4 KiB pages per memory space. Unwritten bytes read as 0.
 class MemoryImage {
 public:
     void write(const std::string& space, uint64_t address, const uint8_t* data, uint64_t size);
@@ -32,14 +32,17 @@ public:
     void writeValue(const std::string& space, uint64_t address, uint64_t value, unsigned width,
                     bool bigEndian);
     uint64_t readValue(const std::string& space, uint64_t address, unsigned width, bool bigEndian) const;
-    // Lines "space address value [width]" ('#' starts a comment). False with
-    // a message naming the line on a malformed line.
+    // Lines "space address value [width]" or "space address @file" (the
+    // file's bytes, its name relative to the image's folder); '#' starts a
+    // comment. False with a message naming the line on a malformed line.
     bool load(const std::string& path, bool bigEndian, std::string& error);
     // Spaces in order of first appearance.
     const std::vector<std::string>& spaces() const { return order; }
 
 private:
-    std::map<std::string, std::unordered_map<uint64_t, uint8_t>> bytes;
+    static const uint64_t PAGE = 4096;
+    using Page = std::vector<uint8_t>;
+    std::map<std::string, std::unordered_map<uint64_t, Page>> pages;  // keyed by address / PAGE
     std::vector<std::string> order;
 };
 
@@ -49,7 +52,29 @@ struct Options {
     // Answer of "mem list-ms"; the first one stands in for an empty name.
     std::vector<std::string> memorySpaces = {"APB", "AXI"};
     bool bigEndian = false;  // byte order of the target's memory
+    // Bits that read back as 0 once a write to their register has completed
+    // (a flush or drain request the hardware clears when done).
+    struct ClearOnWrite {
+        std::string space;
+        uint64_t address = 0;
+        uint64_t mask = 0;
+    };
+    std::vector<ClearOnWrite> clearOnWrite;
+    // A read-data register in front of a RAM (a trace buffer's RAM read data
+    // register): each 4-byte read returns the next word of `data`, all ones
+    // once it is used up.
+    struct ReadFifo {
+        std::string space;
+        uint64_t address = 0;
+        std::string data;
+    };
+    std::vector<ReadFifo> readFifos;
 };
+
+// "SPACE:ADDRESS:MASK" as --clear-on-write takes it.
+bool parseClearOnWrite(const std::string& text, Options::ClearOnWrite& rule);
+// "SPACE:ADDRESS:FILE" as --read-fifo takes it; reads the file.
+bool parseReadFifo(const std::string& text, Options::ReadFifo& fifo, std::string& error);
 
 class Server {
 public:
@@ -101,6 +126,7 @@ private:
     std::mutex logMutex;
     mutable std::mutex mutex;  // guards the image and `executed` across client threads
     std::vector<std::string> executed;
+    std::vector<size_t> fifoRead;  // bytes of each read FIFO handed out
     unsigned nextClient = 1;
 };
 

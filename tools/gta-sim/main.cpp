@@ -20,7 +20,14 @@ const char USAGE[] =
     "usage: gta-sim [options]\n"
     "  --port N          TCP port to listen on (0: pick a free one; default 0)\n"
     "  --address A       IPv4 address to bind (default 127.0.0.1)\n"
-    "  --image FILE      preload memory: lines \"space address value [width]\"\n"
+    "  --image FILE      preload memory (repeatable): lines \"space address value [width]\"\n"
+    "                    or \"space address @file\" (a binary file's bytes)\n"
+    "  --clear-on-write SPACE:ADDRESS:MASK\n"
+    "                    bits of MASK read as 0 after a write to that register\n"
+    "                    (repeatable; a flush request the hardware completes)\n"
+    "  --read-fifo SPACE:ADDRESS:FILE\n"
+    "                    4-byte reads of that register return FILE word by word,\n"
+    "                    then all ones (a trace RAM's read data register)\n"
     "  --spaces A,B,...  memory spaces answered to \"mem list-ms\" (default APB,AXI)\n"
     "  --big-endian      target memory is big-endian (image values and byte order)\n"
     "  --log FILE        write the command log to FILE instead of stdout\n"
@@ -39,7 +46,8 @@ bool parsePort(const char* text, uint16_t& port) {
 
 int main(int argc, char** argv) {
     gtasim::Options options;
-    std::string imagePath, logPath;
+    std::vector<std::string> imagePaths;
+    std::string logPath;
     bool quiet = false;
     for (int i = 1; i < argc; ++i) {
         std::string arg = argv[i];
@@ -61,7 +69,7 @@ int main(int argc, char** argv) {
         } else if (arg == "--address") {
             options.bindAddress = value();
         } else if (arg == "--image") {
-            imagePath = value();
+            imagePaths.push_back(value());
         } else if (arg == "--spaces") {
             options.memorySpaces.clear();
             std::string list = value(), name;
@@ -72,6 +80,21 @@ int main(int argc, char** argv) {
                 if (comma == std::string::npos) break;
                 start = comma + 1;
             }
+        } else if (arg == "--clear-on-write") {
+            gtasim::Options::ClearOnWrite rule;
+            if (!gtasim::parseClearOnWrite(value(), rule)) {
+                std::cerr << "gta-sim: --clear-on-write takes SPACE:ADDRESS:MASK\n";
+                return 2;
+            }
+            options.clearOnWrite.push_back(rule);
+        } else if (arg == "--read-fifo") {
+            gtasim::Options::ReadFifo fifo;
+            std::string error;
+            if (!gtasim::parseReadFifo(value(), fifo, error)) {
+                std::cerr << "gta-sim: " << error << "\n";
+                return 2;
+            }
+            options.readFifos.push_back(fifo);
         } else if (arg == "--big-endian") {
             options.bigEndian = true;
         } else if (arg == "--log") {
@@ -86,10 +109,11 @@ int main(int argc, char** argv) {
 
     gtasim::MemoryImage image;
     std::string error;
-    if (!imagePath.empty() && !image.load(imagePath, options.bigEndian, error)) {
-        std::cerr << "gta-sim: " << error << "\n";
-        return 2;
-    }
+    for (const std::string& path : imagePaths)  // later files write over earlier ones
+        if (!image.load(path, options.bigEndian, error)) {
+            std::cerr << "gta-sim: " << error << "\n";
+            return 2;
+        }
     FILE* logFile = stdout;
     if (!logPath.empty() && !(logFile = std::fopen(logPath.c_str(), "a"))) {
         std::cerr << "gta-sim: cannot open " << logPath << ": " << std::strerror(errno) << "\n";
