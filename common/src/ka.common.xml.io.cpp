@@ -226,9 +226,8 @@ exrt_error BindReader::fail(exrt_error code, const std::string& item, int line) 
 }
 
 exrt_error BindReader::readerError() {
-    // The code recorded by the reader, or by the character layers under it.
+    // The reader holds the code of every failure, its own or its input's.
     exrt_error code = r.get_error();
-    if (code == XB_OK) code = r.get_error_object().get_last_error();
     if (code == XB_OK) code = XB_UNDEFINED;
     return fail(code, r.get_error_item_name(), __LINE__);
 }
