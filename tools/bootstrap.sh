@@ -5,7 +5,8 @@ set -euo pipefail
 pkgs=(g++ cmake ninja-build pkg-config
       libboost-dev libboost-program-options-dev libboost-thread-dev
       libboost-system-dev libboost-filesystem-dev
-      libxml2-dev googletest libgtest-dev libgmock-dev libbenchmark-dev)
+      libxml2-dev googletest libgtest-dev libgmock-dev libbenchmark-dev
+      clang libclang-rt-14-dev)
 missing=()
 for p in "${pkgs[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q 'install ok installed' || missing+=("$p")
