@@ -55,6 +55,9 @@ boost::shared_ptr<CONFIG_KA2::TraceTargetConfigPluginKA2> makePlugin(const quorl
 
 }  // namespace
 
+// Inputs so far that reached module loading; read by the corpus replay test.
+unsigned long configureFuzzReached() { return counts.reached; }
+
 extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv) {
     for (int i = 1; i < *argc; ++i)
         if (std::strcmp((*argv)[i], "--reach-report") == 0) std::atexit(printReach);
