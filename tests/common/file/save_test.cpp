@@ -83,7 +83,7 @@ int inChild(const std::function<int()>& f) {
 
 TEST(ReplaceFile, EveryNameTheSystemAllowsSaves) {
     for (SaveMethod method : METHODS) {
-        for (size_t length : {1u, 200u, 248u, 255u}) {
+        for (size_t length : {248u, 255u}) {
             TempDir dir;
             const std::string path = dir.file(std::string(length, 'n'));
             writeFile(path, "old");
