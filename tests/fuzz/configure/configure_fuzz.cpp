@@ -3,11 +3,18 @@
 // reset, enable, save) and then through a disable run, against an access
 // process that records every access instead of reaching a target.
 //
+// Byte-level mutations of an XML file are nearly all refused by the loader,
+// so the target has a mutator of its own that edits the file as elements: a
+// value replaced by one that suits its attribute kind or names a block, a
+// block renamed, an element dropped or doubled. The result stays well formed
+// and mostly loads; one mutation in eight is libFuzzer's own, for the loader.
+//
 // With --reach-report (libFuzzer ignores flags that start with "--") the
 // target prints at exit how many inputs loaded and how many reached module
 // loading with at least one module built.
 #include "common/src/ConfigurationLoader.h"
 #include "plugin/TraceTargetConfigPluginKA2.h"
+#include "tests/fuzz/configure/ConfigurationMutator.h"
 #include "tests/support/RecordingTaProcess.h"
 
 #include <unistd.h>
@@ -54,6 +61,22 @@ boost::shared_ptr<CONFIG_KA2::TraceTargetConfigPluginKA2> makePlugin(const quorl
 }
 
 }  // namespace
+
+#ifndef RQ7_CORPUS_REPLAY
+extern "C" size_t LLVMFuzzerMutate(uint8_t* data, size_t size, size_t maxSize);
+
+extern "C" size_t LLVMFuzzerCustomMutator(uint8_t* data, size_t size, size_t maxSize, unsigned int seed) {
+    if (seed % 8 != 0) {
+        const std::string mutated =
+            rq7fuzz::mutateConfiguration(std::string(reinterpret_cast<char*>(data), size), seed / 8);
+        if (!mutated.empty() && mutated.size() <= maxSize) {
+            std::memcpy(data, mutated.data(), mutated.size());
+            return mutated.size();
+        }
+    }
+    return LLVMFuzzerMutate(data, size, maxSize);
+}
+#endif
 
 // Inputs so far that reached module loading; read by the corpus replay test.
 unsigned long configureFuzzReached() { return counts.reached; }
