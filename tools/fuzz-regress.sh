@@ -14,7 +14,7 @@ cmake --build "$build" --target xrt_reader_fuzz config_loader_fuzz configure_fuz
 targets=(
   "xrt/fuzz/xrt_reader_fuzz|$src/xrt/fuzz/corpus|$src/xrt/fuzz/xml.dict|"
   "tests/fuzz/loader/config_loader_fuzz|$src/tests/fuzz/loader/corpus|$src/tests/fuzz/loader/loader.dict|"
-  "tests/fuzz/configure/configure_fuzz|$src/tests/fuzz/configure/corpus|$build/tests/fuzz/configure/configure.dict|--reach-report"
+  "tests/fuzz/configure/configure_fuzz|$src/tests/fuzz/configure/corpus|$build/tests/fuzz/configure/configure.dict|-max_len=65536 --reach-report"
 )
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT

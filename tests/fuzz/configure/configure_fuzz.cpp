@@ -66,10 +66,12 @@ boost::shared_ptr<CONFIG_KA2::TraceTargetConfigPluginKA2> makePlugin(const quorl
 extern "C" size_t LLVMFuzzerMutate(uint8_t* data, size_t size, size_t maxSize);
 
 extern "C" size_t LLVMFuzzerCustomMutator(uint8_t* data, size_t size, size_t maxSize, unsigned int seed) {
-    if (seed % 8 != 0) {
+    // A file near the size limit gets a few tries, as a doubled block may not fit.
+    for (unsigned attempt = 0; seed % 8 != 0 && attempt < 4; ++attempt) {
         const std::string mutated =
-            rq7fuzz::mutateConfiguration(std::string(reinterpret_cast<char*>(data), size), seed / 8);
-        if (!mutated.empty() && mutated.size() <= maxSize) {
+            rq7fuzz::mutateConfiguration(std::string(reinterpret_cast<char*>(data), size), seed / 8 + attempt);
+        if (mutated.empty()) break;
+        if (mutated.size() <= maxSize) {
             std::memcpy(data, mutated.data(), mutated.size());
             return mutated.size();
         }
