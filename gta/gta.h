@@ -132,6 +132,10 @@ void gta_transport_destroy(GtaTransport* transport);
 const uint64_t GTA_READ_BUFFER_SIZE = 4096;
 const uint64_t GTA_COMMAND_CAPACITY = 4096;
 const uint64_t GTA_NOISE_LIMIT = 8192;  // bytes skipped before '$' at most
+// A reply whose '$' has not arrived this long after its command was sent (or
+// last resent) ends the connection as if the server had closed it; the
+// acknowledgement bytes before it do not count as a beginning.
+const uint32_t GTA_REPLY_SILENCE_LIMIT_MS = 60000;
 
 struct GtaDebugSink;
 typedef void (*GtaDebugWriteFn)(GtaDebugSink* sink, const char* text);
@@ -157,6 +161,7 @@ struct GtaSession {
     uint32_t receiveRetries;  // 0: without limit
     uint32_t sendRetries;     // 0: without limit
     GtaDebugSink* debugSink;
+    uint64_t replyDeadline;  // monotonic ms by which a reply must begin; 0: none
 };
 
 // Attaches a sink that the session owns from now on (it is freed, and its

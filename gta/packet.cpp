@@ -3,6 +3,7 @@
 #include "gta/gta.h"
 
 #include <cctype>
+#include <chrono>
 #include <cstdarg>
 #include <cstring>
 #include <string>
@@ -55,11 +56,46 @@ std::string printable(const uint8_t* data, uint64_t size) {
 // Drops whatever is buffered after a transport failure.
 void dropReadBuffer(GtaSession* s) { s->readFill = s->readPosition = 0; }
 
+uint64_t monotonicMs() {
+    using namespace std::chrono;
+    return static_cast<uint64_t>(duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count());
+}
+
+void armReplyDeadline(GtaSession* s) { s->replyDeadline = monotonicMs() + GTA_REPLY_SILENCE_LIMIT_MS; }
+
+// A server that let the reply deadline pass is treated as gone: the
+// connection is closed, so that this command and every later one fail as
+// after a close by the peer, and a late reply can never be taken for the
+// answer to a later command.
+int32_t silenceEndsConnection(GtaSession* s) {
+    dropReadBuffer(s);
+    s->replyDeadline = 0;
+    s->transport->close(s->transport);
+    return GTA_ERR_CLOSED;
+}
+
+// One read into readBuffer; while a reply deadline runs, the wait is cut to
+// what is left of it (or to the transport's own timeout when that is shorter).
+int32_t refill(GtaSession* s, uint64_t* count) {
+    GtaTransport* t = s->transport;
+    if (!s->replyDeadline) return t->read(t, s->readBuffer, GTA_READ_BUFFER_SIZE, count);
+    const uint64_t now = monotonicMs();
+    if (now >= s->replyDeadline) return silenceEndsConnection(s);
+    const uint64_t left = s->replyDeadline - now;
+    const uint32_t own = t->timeout;
+    const bool cut = own == 0 || left < own;
+    if (cut) t->timeout = static_cast<uint32_t>(left);
+    int32_t rc = t->read(t, s->readBuffer, GTA_READ_BUFFER_SIZE, count);
+    t->timeout = own;
+    if (rc == GTA_ERR_TIMEOUT && cut) return silenceEndsConnection(s);
+    return rc;
+}
+
 // Takes one byte from readBuffer, refilling it with one read when empty.
 int32_t takeByte(GtaSession* s, uint8_t* out) {
     while (s->readPosition == s->readFill) {
         uint64_t n = 0;
-        int32_t rc = s->transport->read(s->transport, s->readBuffer, GTA_READ_BUFFER_SIZE, &n);
+        int32_t rc = refill(s, &n);
         if (rc != GTA_OK) {
             dropReadBuffer(s);
             return rc;
@@ -115,6 +151,7 @@ int32_t receive(GtaSession* s) {
         switch (state) {
             case State::Idle:
                 if (c == '$') {
+                    s->replyDeadline = 0;  // the reply has begun
                     state = State::Data;
                 } else if (c == ACK || c == NACK) {
                     p->kind = c == ACK ? GTA_PACKET_ACK : GTA_PACKET_NACK;
@@ -263,6 +300,7 @@ int32_t gta_send_packet(GtaSession* session) {
                   printable(session->command->data, session->command->size).c_str());
         status = t->writeAll(t, session->command->data, session->command->size);
         if (status == GTA_OK) {
+            armReplyDeadline(session);
             debug(session, "OK\n");
             if (session->ackMode != 0) return GTA_OK;
             debug(session, "Expecting ACK ... ");
@@ -290,7 +328,11 @@ int32_t gta_receive_packet(GtaSession* session) {
     return rc;
 }
 
-int32_t gta_receive_reply(GtaSession* session, GtaPacket** out) {
+namespace {
+
+// The packets of one reply; a packet after a damaged one or after console
+// output gets a fresh deadline of its own, as the server has shown it is there.
+int32_t receiveReply(GtaSession* session) {
     for (;;) {
         uint32_t again = 0;
         int32_t rc;
@@ -298,12 +340,22 @@ int32_t gta_receive_reply(GtaSession* session, GtaPacket** out) {
             rc = gta_receive_packet(session);
             if (rc != GTA_ERR_CHECKSUM || session->ackMode == 1) break;
             if (session->receiveRetries != 0 && again++ == session->receiveRetries) break;
+            armReplyDeadline(session);
         }
         if (rc != GTA_OK) return rc;
         GtaPacket* p = session->reply;
-        if (p->buffer.size == 0 || gta_packet_kind(p) == GTA_PACKET_OK) break;
-        if (p->buffer.data[0] != 'O') break;  // 'O...' is the server's console output
+        if (p->buffer.size == 0 || gta_packet_kind(p) == GTA_PACKET_OK) return GTA_OK;
+        if (p->buffer.data[0] != 'O') return GTA_OK;  // 'O...' is the server's console output
+        armReplyDeadline(session);
     }
+}
+
+}  // namespace
+
+int32_t gta_receive_reply(GtaSession* session, GtaPacket** out) {
+    const int32_t rc = receiveReply(session);
+    session->replyDeadline = 0;
+    if (rc != GTA_OK) return rc;
     if (out) *out = session->reply;
     return GTA_OK;
 }

@@ -8,6 +8,8 @@
 #include "modules/DataStream.h"
 #include "plugin/base/ConfigurationModule.h"
 
+#include <cerrno>
+#include <cstring>
 #include <iostream>
 #include <sstream>
 
@@ -31,9 +33,16 @@ void TraceTargetConfigPluginKA::abort() { abortRequested = true; }
 
 uint32_t TraceTargetConfigPluginKA::getStatus() { return status; }
 
+// A file that was not written back is worth a line on stderr: the result
+// line only reports the programming of the hardware.
 bool TraceTargetConfigPluginKA::saveConfiguration() {
     if (!saveEnabled) return true;
-    return configuration && configuration->save(configurationPath);
+    if (!configuration) return false;
+    if (configuration->save(configurationPath)) return true;
+    const int error = errno;
+    std::cerr << "Cannot save configuration to " << configurationPath << ": " << std::strerror(error)
+              << std::endl;
+    return false;
 }
 
 bool TraceTargetConfigPluginKA::configure() {

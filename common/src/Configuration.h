@@ -38,7 +38,8 @@ public:
     // Removes the name from the lookup; false if it is not there.
     virtual bool removeConfigBlock(const std::string& name) = 0;
     // Writes the document to path. protection is the sharing mode of the
-    // stream on platforms that have one. True on success.
+    // stream on platforms that have one. True on success; after a false
+    // result errno holds the reason.
     virtual bool save(const std::string& path, std::ios_base::openmode openMode, int protection) const = 0;
     virtual ~Configuration() {}
 

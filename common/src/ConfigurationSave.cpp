@@ -1,7 +1,8 @@
 // Writing the tree back to its file: the tree fills the binding objects
 // (populate), which the writer marshals. The user's file is replaced only by
-// a complete document: the text goes to a temporary file in the same folder,
-// which is renamed over the original after marshalling succeeded.
+// a complete document: the text goes to an unnamed file in the same folder,
+// which gets a name once it is complete and synced and is then renamed over
+// the original.
 #include "common/src/AttributeXml.h"
 #include "common/src/ConfigBlockXml.h"
 #include "common/src/ConfigLogs.h"
@@ -13,12 +14,17 @@
 #include "xrt/xml_writer.h"
 
 #include <fcntl.h>
+#include <signal.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <atomic>
+#include <cerrno>
 #include <climits>
 #include <cstdlib>
-#include <fstream>
+#include <cstring>
+#include <random>
+#include <sstream>
 #include <vector>
 
 namespace quorl {
@@ -99,62 +105,179 @@ std::string folderOf(const std::string& path) {
     return path.substr(0, slash);
 }
 
-mode_t currentUmask() {
-    const mode_t mask = ::umask(0);
-    ::umask(mask);
-    return mask;
+int writeAll(int fd, const std::string& text) {
+    const char* p = text.data();
+    size_t left = text.size();
+    while (left) {
+        const ssize_t n = ::write(fd, p, left);
+        if (n < 0) {
+            if (errno == EINTR) continue;
+            return errno;
+        }
+        p += n;
+        left -= static_cast<size_t>(n);
+    }
+    return 0;
 }
+
+// While a save runs, SIGINT and SIGTERM first remove the temporary name (if
+// the file has one yet) and then end the process as the signal would.
+// Only async-signal-safe calls in the handler: the name lives in a fixed buffer.
+char pendingTemporary[PATH_MAX];
+
+extern "C" void removeTemporaryAndDie(int sig) {
+    if (pendingTemporary[0]) ::unlink(pendingTemporary);
+    ::raise(sig);  // the handler was reset on entry: the default action now
+}
+
+class SignalGuard {
+public:
+    SignalGuard() {
+        pendingTemporary[0] = '\0';
+        struct sigaction action {};
+        action.sa_handler = removeTemporaryAndDie;
+        action.sa_flags = SA_RESETHAND | SA_NODEFER;
+        sigemptyset(&action.sa_mask);
+        for (int i = 0; i < 2; ++i) ::sigaction(signals[i], &action, &previous[i]);
+    }
+    ~SignalGuard() {
+        for (int i = 0; i < 2; ++i) ::sigaction(signals[i], &previous[i], nullptr);
+        pendingTemporary[0] = '\0';
+    }
+    SignalGuard(const SignalGuard&) = delete;
+    SignalGuard& operator=(const SignalGuard&) = delete;
+
+    // The name to remove from now on ("" for none).
+    static void track(const std::string& name) {
+        pendingTemporary[0] = '\0';  // no name while it is being copied
+        if (name.empty() || name.size() >= sizeof pendingTemporary) return;
+        std::memcpy(pendingTemporary + 1, name.c_str() + 1, name.size());  // with its terminator
+        std::atomic_signal_fence(std::memory_order_seq_cst);
+        pendingTemporary[0] = name[0];
+    }
+
+private:
+    const int signals[2] = {SIGINT, SIGTERM};
+    struct sigaction previous[2];
+};
+
+// A short name of our own beside the target, so that a target of the
+// longest name the system allows can still be saved.
+std::string temporaryName(const std::string& folder) {
+    static const char letters[] = "abcdefghijklmnopqrstuvwxyz0123456789";
+    std::random_device random;
+    std::string name = folder + "/.rq7-";
+    for (int i = 0; i < 8; ++i) name += letters[random() % (sizeof letters - 1)];
+    return name;
+}
+
+// Gives the unnamed file `fd` a temporary name in `folder`: 0 or an errno.
+int nameUnnamedFile(int fd, const std::string& folder, std::string* name) {
+    const std::string self = "/proc/self/fd/" + std::to_string(fd);
+    for (int attempt = 0; attempt < 16; ++attempt) {
+        *name = temporaryName(folder);
+        SignalGuard::track(*name);
+        // The /proc link needs no privilege; AT_EMPTY_PATH works where /proc is missing.
+        if (::linkat(AT_FDCWD, self.c_str(), AT_FDCWD, name->c_str(), AT_SYMLINK_FOLLOW) == 0) return 0;
+        if (errno == ENOENT && ::linkat(fd, "", AT_FDCWD, name->c_str(), AT_EMPTY_PATH) == 0) return 0;
+        if (errno != EEXIST) break;
+    }
+    const int error = errno;
+    SignalGuard::track("");
+    return error;
+}
+
+// A named temporary file, for file systems without unnamed ones.
+int createNamedTemporary(const std::string& folder, mode_t mode, std::string* name) {
+    for (int attempt = 0; attempt < 16; ++attempt) {
+        *name = temporaryName(folder);
+        SignalGuard::track(*name);
+        const int fd = ::open(name->c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode);
+        if (fd >= 0) return fd;
+        if (errno != EEXIST) break;
+    }
+    const int error = errno;
+    SignalGuard::track("");
+    errno = error;
+    return -1;
+}
+
+// The file keeps its old owner and mode where that is allowed.
+void copyOwnership(int fd, const struct stat* original) {
+    if (!original) return;
+    ::fchmod(fd, original->st_mode & 07777);
+    if (::fchown(fd, original->st_uid, original->st_gid) != 0) {
+        // Not the owner: the file becomes ours, with the same mode.
+    }
+}
+
+// Rewrites the target itself: for a folder that takes no new file while the
+// file is writable. The text is complete before the file is touched.
+int writeInPlace(const std::string& target, const std::string& text) {
+    const int fd = ::open(target.c_str(), O_WRONLY | O_CLOEXEC);
+    if (fd < 0) return errno;
+    int error = writeAll(fd, text);
+    if (!error && ::ftruncate(fd, static_cast<off_t>(text.size())) != 0) error = errno;
+    if (!error && ::fsync(fd) != 0) error = errno;
+    if (::close(fd) != 0 && !error) error = errno;
+    return error;
+}
+
+bool folderRefusesNewFiles(int error) { return error == EACCES || error == EPERM; }
 
 }  // namespace
 
-bool replaceFileSafely(const std::string& path, std::ios_base::openmode openMode,
-                       const std::function<bool(std::ostream&)>& write) {
-    const std::string target = resolveTarget(path);
-    std::string temp = folderOf(target) + "/." + target.substr(target.find_last_of('/') + 1) + ".XXXXXX";
-    const int fd = ::mkstemp(&temp[0]);
-    if (fd < 0) return false;
-
-    // The new file gets the original's permissions and, where allowed, its
-    // owner; a new file gets what a plain create would give it.
-    struct stat original;
-    if (::stat(target.c_str(), &original) == 0) {
-        if (!S_ISREG(original.st_mode)) {
-            ::close(fd);
-            ::unlink(temp.c_str());
-            return false;
-        }
-        ::fchmod(fd, original.st_mode & 07777);
-        if (::fchown(fd, original.st_uid, original.st_gid) != 0) {
-            // Not the owner: the file becomes ours, with the same mode.
-        }
-    } else {
-        ::fchmod(fd, 0666 & ~currentUmask());
-    }
-    ::close(fd);
-
-    bool ok = false;
+int replaceFile(const std::string& path, const std::function<bool(std::ostream&)>& write,
+                SaveMethod method) {
+    std::string text;
     {
-        const std::ios_base::openmode mode =
-            (openMode & ~(std::ios_base::app | std::ios_base::ate | std::ios_base::in)) | std::ios_base::out |
-            std::ios_base::trunc;
-        std::ofstream os(temp.c_str(), mode);
-        if (os.is_open()) {
-            ok = write(os);
-            os.flush();
-            ok = ok && os.good();
-            os.close();
-            ok = ok && !os.fail();
+        std::ostringstream os;
+        if (!write(os) || !os.good()) return EINVAL;
+        text = os.str();
+    }
+    const std::string target = resolveTarget(path);
+    const std::string folder = folderOf(target);
+
+    struct stat original;
+    const bool exists = ::stat(target.c_str(), &original) == 0;
+    if (exists && !S_ISREG(original.st_mode)) return S_ISDIR(original.st_mode) ? EISDIR : EINVAL;
+
+    SignalGuard guard;
+    std::string name;  // the temporary's name once it has one
+    int fd = -1;
+    if (method == SaveMethod::Automatic) {
+        fd = ::open(folder.c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, 0666);
+        if (fd < 0 && errno != EOPNOTSUPP && errno != EISDIR && errno != EINVAL) {
+            const int error = errno;
+            if (exists && folderRefusesNewFiles(error)) return writeInPlace(target, text);
+            return error;
         }
     }
-    if (ok) {
-        // The text is on disk before the name points at it.
-        const int sync = ::open(temp.c_str(), O_RDONLY);
-        ok = sync >= 0 && ::fsync(sync) == 0;
-        if (sync >= 0) ::close(sync);
+    if (fd < 0) {
+        fd = createNamedTemporary(folder, 0666, &name);
+        if (fd < 0) {
+            const int error = errno;
+            if (exists && folderRefusesNewFiles(error)) return writeInPlace(target, text);
+            return error;
+        }
     }
-    if (ok) ok = ::rename(temp.c_str(), target.c_str()) == 0;
-    if (!ok) ::unlink(temp.c_str());
-    return ok;
+    copyOwnership(fd, exists ? &original : nullptr);
+
+    int error = writeAll(fd, text);
+    // The text is on disk before any name points at it.
+    if (!error && ::fsync(fd) != 0) error = errno;
+    if (!error && name.empty()) error = nameUnnamedFile(fd, folder, &name);
+    if (::close(fd) != 0 && !error) error = errno;
+    if (!error && ::rename(name.c_str(), target.c_str()) != 0) error = errno;
+    if (error && !name.empty()) ::unlink(name.c_str());
+    return error;
+}
+
+bool replaceFileSafely(const std::string& path, std::ios_base::openmode,
+                       const std::function<bool(std::ostream&)>& write) {
+    const int error = replaceFile(path, write);
+    errno = error;
+    return error == 0;
 }
 
 // ---- save ------------------------------------------------------------------------

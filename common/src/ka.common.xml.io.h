@@ -172,11 +172,23 @@ private:
 #define XB_FAIL(rd, code, item) (rd).fail((code), (item), __LINE__)
 
 // ---- Files --------------------------------------------------------------------
-// Replaces the file at path by what write puts on the stream, never losing
-// the old text: write goes to a temporary file in the same folder (opened
-// with openMode), which is renamed over path only if write returned true and
-// the stream stayed good; it takes the original's permissions. On any
-// failure the original is untouched and the result is false.
+// How replaceFile makes its temporary file: unnamed where the file system
+// allows it (a named one otherwise), or named from the start.
+enum class SaveMethod { Automatic, NamedTemporary };
+
+// Replaces the file at path (a symbolic link is followed) by what write puts
+// on the stream, never losing the old text: the complete text goes to a
+// temporary file in the same folder, which takes the original's permissions,
+// is synced, and is renamed over the target. A folder that takes no new file
+// while the target is writable gets the target rewritten in place. SIGINT and
+// SIGTERM during the call remove the temporary file and then end the process.
+// Returns 0, or the errno value of the failure (EINVAL when write returned
+// false or the stream failed); on failure the original is untouched.
+int replaceFile(const std::string& path, const std::function<bool(std::ostream&)>& write,
+                SaveMethod method = SaveMethod::Automatic);
+
+// The same as a bool; errno holds the reason of a false result. openMode is
+// kept for callers and has no effect (the text is written as bytes).
 bool replaceFileSafely(const std::string& path, std::ios_base::openmode openMode,
                        const std::function<bool(std::ostream&)>& write);
 
