@@ -80,9 +80,9 @@ public:
         return out;
     }
     // True when the peer has closed (end of stream or reset) with nothing unread.
-    bool closedByPeer() {
+    bool closedByPeer(int waitMs = SAFETY_TIMEOUT_MS) {
         uint8_t b;
-        return wait() && ::recv(fd, &b, 1, 0) <= 0;
+        return wait(waitMs) && ::recv(fd, &b, 1, 0) <= 0;
     }
     void shutdownWrite() { ::shutdown(fd, SHUT_WR); }
     void close() {
@@ -93,9 +93,9 @@ public:
     bool connected;
 
 private:
-    bool wait() {
+    bool wait(int waitMs = SAFETY_TIMEOUT_MS) {
         pollfd p{fd, POLLIN, 0};
-        return ::poll(&p, 1, SAFETY_TIMEOUT_MS) == 1;
+        return ::poll(&p, 1, waitMs) == 1;
     }
 };
 
