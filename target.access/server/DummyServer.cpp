@@ -377,8 +377,8 @@ void DummyServer::serveClient(agent_socket_t client) {
             break;
         }
         const size_t capacity = size_t(message->length) + 4;
-        const Answer answer =
-            sendStatus(client, message, capacity, interpret_message(client, message));
+        const char* text = interpret_message(client, message);
+        const Answer answer = sendStatus(client, message, capacity, text);
         result = answer.failed == AnswerStep::Convert && answer.result == 0 ? -ENOMEM
                                                                             : answer.result;
         keepOpen = result < 0;

@@ -2,7 +2,7 @@
 // its refusals of malformed input, and its teardown.
 #include "target.access/server/DummyServer.h"
 
-#include "tests/target.access/SocketTestUtil.h"
+#include "tests/support/AgentWire.h"
 
 #include <gtest/gtest.h>
 

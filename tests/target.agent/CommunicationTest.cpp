@@ -2,7 +2,7 @@
 // and the dispatcher with a recording handler table.
 #include "target.agent/user/communication.h"
 
-#include "tests/target.access/SocketTestUtil.h"
+#include "tests/support/AgentWire.h"
 
 #include <cstring>
 
