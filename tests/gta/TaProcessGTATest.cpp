@@ -14,7 +14,16 @@
 #include <thread>
 #include <vector>
 
+// g++ names AddressSanitizer builds by a macro, clang by a feature test.
 #if defined(__SANITIZE_ADDRESS__)
+#define RQ7_ASAN 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define RQ7_ASAN 1
+#endif
+#endif
+
+#if defined(RQ7_ASAN)
 #include <sanitizer/lsan_interface.h>
 // A constructor that throws leaves its session open on purpose (the process
 // ends on that exception); the tests that provoke it must not count it.
