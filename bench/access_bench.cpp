@@ -19,7 +19,7 @@
 // Run with stdout sent away, since the server prints one trace line per
 // access, as in a real Logger run:
 //   access_bench --benchmark_out=access.txt --benchmark_out_format=console >/dev/null
-#include "bench/loopback.h"
+#include "tests/support/Loopback.h"
 #include "target.access/TaProcessLTA.h"
 #include "target.access/quorl/register.h"
 #include "target.access/server/DummyServer.h"
@@ -60,9 +60,9 @@ class BareLink {
 public:
     explicit BareLink(std::vector<size_t> pieces) : pieces(std::move(pieces)) {
         sockaddr_in a;
-        listenFd = loopback::listenOnFreePort(a);
+        listenFd = rq7test::listenOnFreePort(a);
         peer = std::thread([this] { serve(); });
-        clientFd = loopback::connectNoDelay(a);
+        clientFd = rq7test::connectTo(ntohs(a.sin_port), true);
         for (size_t p : this->pieces) answerBytes += p;
     }
     ~BareLink() {
@@ -74,16 +74,16 @@ public:
         uint8_t request[REQUEST_BYTES] = {0, 0, 0, 19};
         uint8_t answer[64];
         ::send(clientFd, request, sizeof request, MSG_NOSIGNAL);
-        loopback::readExactly(clientFd, answer, answerBytes);
+        rq7test::readExactly(clientFd, answer, answerBytes);
     }
 
 private:
     void serve() {
         int fd = ::accept(listenFd, nullptr, nullptr);
-        loopback::noDelay(fd);
+        rq7test::noDelay(fd);
         uint8_t request[REQUEST_BYTES];
         uint8_t answer[64] = {};
-        while (loopback::readExactly(fd, request, sizeof request))
+        while (rq7test::readExactly(fd, request, sizeof request))
             for (size_t p : pieces) ::send(fd, answer, p, MSG_NOSIGNAL);
         ::close(fd);
     }

@@ -7,7 +7,7 @@
 // column is the time of the whole process (client and server threads), the
 // steadier figure on a busy machine:
 //   gta_bench --benchmark_repetitions=10 --benchmark_enable_random_interleaving=true
-#include "bench/loopback.h"
+#include "tests/support/Loopback.h"
 #include "gta/gta.h"
 #include "target.access/ExtAddress.h"
 #include "target.access/TaProcessGTA.h"
@@ -76,7 +76,7 @@ std::string registerWritePacket() {
 class BareServer {
 public:
     explicit BareServer(const std::string& packet) : packet(packet) {
-        listener = loopback::listenOnFreePort(address);
+        listener = rq7test::listenOnFreePort(address);
         thread = std::thread([this] { serve(); });
     }
     ~BareServer() {
@@ -88,12 +88,12 @@ public:
 private:
     void serve() {
         int fd = ::accept(listener, nullptr, nullptr);
-        loopback::noDelay(fd);
+        rq7test::noDelay(fd);
         std::string in(packet.size() + 1, '\0');
         bool first = true;
         for (;;) {
             size_t n = first ? packet.size() : packet.size() + 1;
-            if (!loopback::readExactly(fd, &in[0], n)) break;
+            if (!rq7test::readExactly(fd, &in[0], n)) break;
             first = false;
             if (::send(fd, SERVER_ANSWER.data(), SERVER_ANSWER.size(), MSG_NOSIGNAL) <= 0) break;
         }
@@ -109,13 +109,13 @@ private:
 void BM_BareExchange(benchmark::State& state) {
     const std::string packet = registerWritePacket();
     BareServer server(packet);
-    int fd = loopback::connectNoDelay(server.where());
+    int fd = rq7test::connectTo(ntohs(server.where(.sin_port), true));
     std::string answer(SERVER_ANSWER.size(), '\0');
     for (auto _ : state) {
         // Same messages in the same order as the protocol: the packet, the
         // server's ack and reply, the client's ack of the reply.
         ::send(fd, packet.data(), packet.size(), MSG_NOSIGNAL);
-        if (!loopback::readExactly(fd, &answer[0], answer.size())) {
+        if (!rq7test::readExactly(fd, &answer[0], answer.size())) {
             state.SkipWithError("server went away");
             break;
         }

@@ -155,7 +155,9 @@ struct GtaSession {
     uint8_t readBuffer[GTA_READ_BUFFER_SIZE];
     uint64_t readFill;
     uint64_t readPosition;
-    uint32_t ackMode;  // 0: every packet acknowledged and checked
+    // 0 (always, in this system): every packet is acknowledged and its checksum
+    // tested. Any other value skips both; 1 also sends and receives only once.
+    uint32_t ackMode;
     GtaPacket* reply;
     GtaBuffer* command;
     uint32_t receiveRetries;  // 0: without limit

@@ -4,6 +4,7 @@
 #include <sstream>
 
 #include "app/base/Exception.h"
+#include "app/base/HexText.h"
 #include "app/base/Log.h"
 #include "common/src/ConfigAttribute.h"
 #include "common/src/ConfigBlock.h"
@@ -335,7 +336,7 @@ bool GppTraceModule::programAddressRanges(boost::shared_ptr<TaProcess> process) 
         if (!found) {
             RQ7_LOG(logGppTraceModule, LOG_ERROR,
                     "Unable to find an available address range comparators for 0x"
-                        << std::hex << start << "-0x" << range.endAddress);
+                        << hexDigits(start) << "-0x" << hexDigits(range.endAddress));
             return false;
         }
         const size_t pair = i / 2;
@@ -365,7 +366,7 @@ bool GppTraceModule::programTracepoints(boost::shared_ptr<TaProcess> process) {
         const int index = addressValues->firstFree();
         if (index < 0) {
             RQ7_LOG(logGppTraceModule, LOG_ERROR,
-                    "Unable to find an available comparator for tracepoint : 0x" << std::hex << address);
+                    "Unable to find an available comparator for tracepoint : 0x" << hexDigits(address));
             return false;
         }
         markUsed(*addressValues, index);

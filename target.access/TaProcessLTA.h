@@ -3,11 +3,11 @@
 // agent). In this program the agent is the in-process Logger server, but
 // nothing here depends on that.
 //
-// The connection is process-wide: every TaProcessLTA on the same address and
-// port shares one socket, opened on the first access and kept until
-// closeAgentSocket(). The text of the last client error is process-wide too.
+// The connection is process-wide (AgentClient.h): every TaProcessLTA on the
+// same address and port shares one socket, opened on the first access and
+// kept until closeAgentSocket().
 #include "target.access/TaProcess.h"
-#include "target.agent/user/communication.h"
+#include "target.access/AgentClient.h"
 
 #include <boost/thread/mutex.hpp>
 
@@ -15,12 +15,6 @@
 #include <string>
 
 namespace quorl {
-
-struct ConnectionInfo {
-    std::string address;
-    int32_t port = -1;
-    bool connected = false;
-};
 
 class TaProcessLTA : public TaProcess {
 public:
@@ -49,37 +43,11 @@ public:
 
 private:
     void connect();
-    std::string hexAddress(uint64_t value) const;
 
     std::string address;
     int32_t port;
     bool connected;
     boost::mutex mutex;  // serialises connect()
 };
-
-// ---- The client layer under the class (process-wide state) ----------------
-
-// One memory request of `width` bytes (1, 2, 4 or 8) taken from `buffer`.
-int sendMemoryMessage(uint64_t address, const void* buffer, unsigned width, uint8_t operation);
-// One register request by name, with the value for a write.
-int sendRegisterMessage(const char* name, const uint64_t* value, uint8_t operation);
-// Reads one status message: 0 for success, negative otherwise, with the
-// server's text as the last error.
-int receiveStatus();
-// Closes the shared connection; the next access of a new target reconnects.
-void closeAgentSocket();
-// Replaces the text of the last client error.
-void setLastError(const char* format, ...) __attribute__((format(printf, 1, 2)));
-int sendToAgent(agent_message* message);
-
-// Forgets the shared connection and the last error, as at program start.
-void resetAgentConnection();
-// How long an answer from the agent may take before the access fails
-// (default 5000 ms); tests shorten it.
-void setAgentReplyTimeout(int milliseconds);
-
-// Diagnostics.
-std::string getLastError();
-agent_socket_t getAgentSocket();
 
 }  // namespace quorl

@@ -29,6 +29,3 @@ private:
 };
 
 }  // namespace quorl
-
-// Throws a quorl::Exception carrying this source position.
-#define RQ7_THROW(msg) throw ::quorl::Exception(__FILE__, __LINE__, (msg))

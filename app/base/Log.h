@@ -31,7 +31,7 @@ private:
     std::string name;
 };
 
-// Writes an ostringstream-built text on a channel: LOG_WRITE(log, LOG_ERROR, "x " << y).
+// Writes an ostringstream-built text on a channel: RQ7_LOG(log, LOG_ERROR, "x " << y).
 #define RQ7_LOG(channel, lvl, expr)                 \
     do {                                            \
         std::ostringstream rq7_log_os_;             \

@@ -36,6 +36,14 @@
 #include <string>
 #include <vector>
 
+// One template implements both the read-only and the editable interfaces;
+// only the editable ones declare the setters, so `override` cannot be written
+// on them for every instantiation.
+#if defined(__clang__)
+#pragma clang diagnostic push
+#pragma clang diagnostic ignored "-Winconsistent-missing-override"
+#endif
+
 namespace quorl {
 
 // Mixin of the implementations: lets a block give its attributes their
@@ -511,3 +519,7 @@ boost::shared_ptr<EnumAttributeXml> makeEnumAttribute(const std::string& name, c
                                                       bool readOnly = false);
 
 }  // namespace quorl
+
+#if defined(__clang__)
+#pragma clang diagnostic pop
+#endif

@@ -7,8 +7,9 @@
 
 namespace quorl {
 
-// Source lines carried by the register exceptions; they identify the failing
-// step in logs of the plugin.
+// Source lines carried by the register exceptions. The failed-access ones
+// are caught and replaced by the wrapped ones, so only the uninitialised and
+// wrapped lines reach callers.
 namespace {
 enum : uint32_t {
     LINE_READ_UNINITIALIZED = 104,

@@ -224,12 +224,18 @@ void DummyServer::stop() {
 }
 
 void DummyServer::join() {
-    if (thread) thread->join();
+    if (thread && (thread->joinable() || thread->get_id() == boost::this_thread::get_id()))
+        thread->join();
 }
 
 bool DummyServer::isRunning() {
     boost::mutex::scoped_lock lock(mutex);
     return running;
+}
+
+void DummyServer::releaseClient() {
+    boost::mutex::scoped_lock lock(mutex);
+    clientSocket = -1;
 }
 
 void DummyServer::closeClient(agent_socket_t& client) {
@@ -267,38 +273,82 @@ void DummyServer::waitData(agent_socket_t* listenSocket, DummyServer* server) {
     }
 }
 
+namespace {
+
+// Where an answer failed.
+enum class AnswerStep { None, Build, Convert, Send };
+
+struct Answer {
+    AnswerStep failed = AnswerStep::None;
+    int result = 0;  // the failing step's value, else what sock_write returned
+};
+
+// Turns `message` (host order, `capacity` bytes; taken over and freed here,
+// may be null) into the status answer for `text` (null: success) and sends
+// it. The buffer grows when the text needs it; `length` counts one byte
+// behind the text, which is left as 0.
+Answer sendStatus(agent_socket_t client, agent_message* message, size_t capacity,
+                  const char* text) {
+    Answer answer;
+    const size_t textLength = text ? std::strlen(text) : 0;
+    const size_t size =
+        text ? textLength + sizeof(agent_status_message) + 1 : sizeof(agent_status_message);
+    if (size > capacity) {
+        auto* grown = static_cast<agent_message*>(std::realloc(message, size));
+        if (!grown) {
+            std::free(message);
+            answer.failed = AnswerStep::Build;
+            answer.result = -ENOMEM;
+            return answer;
+        }
+        message = grown;
+    }
+    auto* status = reinterpret_cast<agent_status_message*>(message);
+    status->type = AGENT_MSG_STATUS;
+    status->length = static_cast<uint32_t>(size - 4);
+    status->status = text ? AGENT_STATUS_FAILED : AGENT_STATUS_OK;
+    if (text) {
+        std::memcpy(agent_status_text(message), text, textLength);
+        agent_status_text(message)[textLength] = 0;
+    }
+    agent_message* net = nullptr;
+    answer.result = htonm(message, &net);
+    std::free(message);
+    if (answer.result != 0 || !net) {
+        std::free(net);
+        answer.failed = AnswerStep::Convert;
+        return answer;
+    }
+    answer.result = sock_write(client, net);
+    std::free(net);
+    if (answer.result < 0) answer.failed = AnswerStep::Send;
+    return answer;
+}
+
+}  // namespace
+
 void DummyServer::serveClient(agent_socket_t client) {
     // Replies are small and the client waits for each one: send them at once
     // rather than letting them wait for the acknowledgement of the last one.
     int on = 1;
     ::setsockopt(client, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
 
-    auto* greeting = static_cast<agent_status_message*>(std::malloc(sizeof(agent_status_message)));
-    if (!greeting) {
-        AGENT_ERROR_AT("waitData", SOURCE, 56, "Out of memory !");
-        closeClient(client);
-        return;
+    const Answer greeting = sendStatus(client, nullptr, 0, nullptr);
+    switch (greeting.failed) {
+        case AnswerStep::None: break;
+        case AnswerStep::Build: AGENT_ERROR_AT("waitData", SOURCE, 56, "Out of memory !"); break;
+        case AnswerStep::Convert:
+            if (greeting.result == 0)
+                AGENT_ERROR_AT("waitData", SOURCE, 74, "Out of memory !");
+            else
+                AGENT_ERROR_AT("waitData", SOURCE, 71, "%s",
+                               greeting.result > 0 ? "Unknown error" : std::strerror(-greeting.result));
+            break;
+        case AnswerStep::Send:
+            AGENT_ERROR_AT("waitData", SOURCE, 84, "Failed to send client's response");
+            break;
     }
-    greeting->length = AGENT_STATUS_FIXED_LENGTH;
-    greeting->type = AGENT_MSG_STATUS;
-    greeting->status = AGENT_STATUS_OK;
-    agent_message* net = nullptr;
-    int rc = htonm(reinterpret_cast<agent_message*>(greeting), &net);
-    std::free(greeting);
-    if (rc != 0 || !net) {
-        if (rc == 0)
-            AGENT_ERROR_AT("waitData", SOURCE, 74, "Out of memory !");
-        else
-            AGENT_ERROR_AT("waitData", SOURCE, 71, "%s",
-                           rc > 0 ? "Unknown error" : std::strerror(-rc));
-        std::free(net);
-        closeClient(client);
-        return;
-    }
-    rc = sock_write(client, net);
-    std::free(net);
-    if (rc < 0) {
-        AGENT_ERROR_AT("waitData", SOURCE, 84, "Failed to send client's response");
+    if (greeting.failed != AnswerStep::None) {
         closeClient(client);
         return;
     }
@@ -307,10 +357,13 @@ void DummyServer::serveClient(agent_socket_t client) {
     agent_reader reader;
     agent_reader_init(&reader, client);
     int result = 0;
-    while (result >= 0) {
-        if (!isRunning()) break;
+    // A message that cannot be converted or an answer that cannot be sent
+    // ends the service but leaves the client's socket open: only a stop or a
+    // failed receive closes it.
+    bool keepOpen = false;
+    while (result >= 0 && isRunning()) {
         agent_message* received = nullptr;
-        result = recv_sock_message_buffered(&reader, &received);
+        result = recv_sock_message(client, &received, &reader);
         if (result < 0) {
             std::free(received);
             break;
@@ -318,53 +371,25 @@ void DummyServer::serveClient(agent_socket_t client) {
         agent_message* message = nullptr;
         result = ntohm(received, &message);
         std::free(received);
-        if (result < 0) break;
-        if (!message) {
-            result = -ENOMEM;
-            break;
-        }
-        size_t capacity = size_t(message->length) + 4;
-        const char* text = interpret_message(client, message);
-
-        // The answer reuses the request's buffer, grown when the text needs it.
-        // `length` counts one byte behind the text, which is left as 0.
-        const size_t textLength = text ? std::strlen(text) : 0;
-        const size_t size = text ? textLength + sizeof(agent_status_message) + 1
-                                 : sizeof(agent_status_message);
-        if (size > capacity) {
-            auto* grown = static_cast<agent_message*>(std::realloc(message, size));
-            if (!grown) {
-                std::free(message);
-                result = -ENOMEM;
-                break;
-            }
-            message = grown;
-            capacity = size;
-        }
-        auto* status = reinterpret_cast<agent_status_message*>(message);
-        status->type = AGENT_MSG_STATUS;
-        status->length = static_cast<uint32_t>(size - 4);
-        status->status = text ? AGENT_STATUS_FAILED : AGENT_STATUS_OK;
-        if (text) {
-            std::memcpy(agent_status_text(message), text, textLength);
-            agent_status_text(message)[textLength] = 0;
-        }
-        net = nullptr;
-        result = htonm(message, &net);
-        std::free(message);
-        if (result == 0 && !net) result = -ENOMEM;
+        if (result == 0 && !message) result = -ENOMEM;
         if (result < 0) {
-            std::free(net);
+            keepOpen = true;
             break;
         }
-        result = sock_write(client, net);
-        std::free(net);
+        const size_t capacity = size_t(message->length) + 4;
+        const char* text = interpret_message(client, message);
+        const Answer answer = sendStatus(client, message, capacity, text);
+        result = answer.failed == AnswerStep::Convert && answer.result == 0 ? -ENOMEM
+                                                                            : answer.result;
+        keepOpen = result < 0;
     }
     if (result < 0 && result != PEER_CLOSED)
         AGENT_ERROR_AT("waitData", SOURCE, 111, "Error interpreting message: %s",
                        std::strerror(-result));
-    // A client that sent something unreadable is not served further.
-    closeClient(client);
+    if (!keepOpen)
+        closeClient(client);
+    else
+        releaseClient();
 }
 
 }  // namespace quorl

@@ -42,6 +42,8 @@ private:
     void serveClient(agent_socket_t client);
     bool isRunning();
     void closeClient(agent_socket_t& client);
+    // Stops watching the client without closing its socket.
+    void releaseClient();
 
     unsigned short port;
     agent_socket_t listenSocket;

@@ -29,6 +29,8 @@ uint32_t load32(const uint8_t* p) {
 
 void store32(uint8_t* p, uint32_t v) { std::memcpy(p, &v, sizeof v); }
 
+void copyByteAt(uint8_t* dst, const uint8_t* src, size_t offset) { dst[offset] = src[offset]; }
+
 // Byte order conversion of one field; the same operation in both directions.
 void swap16At(uint8_t* dst, const uint8_t* src, size_t offset) {
     uint16_t v;
@@ -96,7 +98,7 @@ int convert(agent_message* message, agent_message** destination, bool toNetwork)
     const uint32_t rawLength = load32(src);
     const uint32_t length = toNetwork ? rawLength : be32toh(rawLength);
     if (length < sizeof(agent_message::type)) return -EINVAL;  // not even a type
-    const uint8_t type = src[4];
+    const uint8_t type = src[offsetof(agent_message, type)];
 
     if (type == AGENT_MSG_STM_KMSG) {
         if (destination && *destination) {
@@ -124,32 +126,32 @@ int convert(agent_message* message, agent_message** destination, bool toNetwork)
     uint8_t* dst = static_cast<uint8_t*>(std::malloc(size_t(length) + 4));
     if (!dst) return -ENOMEM;
     store32(dst, htobe32(rawLength));
-    dst[4] = type;
+    dst[offsetof(agent_message, type)] = type;
 
     switch (type) {
         case AGENT_MSG_MEMORY:
-            dst[5] = src[5];
-            dst[6] = src[6];
+            copyByteAt(dst, src, offsetof(agent_mem_message, operation));
+            copyByteAt(dst, src, offsetof(agent_mem_message, data_length));
             swap64At(dst, src, offsetof(agent_mem_message, address));
             swap64At(dst, src, offsetof(agent_mem_message, value));
             break;
         case AGENT_MSG_REGISTER:
             swap64At(dst, src, offsetof(agent_reg_message, value));
-            dst[13] = src[13];
+            copyByteAt(dst, src, offsetof(agent_reg_message, operation));
             std::memcpy(dst + sizeof(agent_reg_message), src + sizeof(agent_reg_message),
                         length - AGENT_REG_FIXED_LENGTH);
             break;
         case AGENT_MSG_DDR_CONTROL:
-            dst[5] = src[5];
+            copyByteAt(dst, src, offsetof(agent_ddr_ctrl_message, operation));
             swap64At(dst, src, offsetof(agent_ddr_ctrl_message, first));
             swap64At(dst, src, offsetof(agent_ddr_ctrl_message, second));
             break;
         case AGENT_MSG_DDR_BLOCK: {
-            dst[5] = src[5];
+            copyByteAt(dst, src, offsetof(agent_ddr_block_message, operation));
             swap64At(dst, src, offsetof(agent_ddr_block_message, size));
             swap64At(dst, src, offsetof(agent_ddr_block_message, address));
+            copyByteAt(dst, src, offsetof(agent_ddr_block_message, element_width));
             const uint8_t width = src[offsetof(agent_ddr_block_message, element_width)];
-            dst[offsetof(agent_ddr_block_message, element_width)] = width;
             if (convertPayload(dst + sizeof(agent_ddr_block_message),
                                src + sizeof(agent_ddr_block_message),
                                length - AGENT_DDR_BLOCK_FIXED_LENGTH, width) != 0) {
@@ -159,7 +161,7 @@ int convert(agent_message* message, agent_message** destination, bool toNetwork)
             break;
         }
         case AGENT_MSG_STATUS:
-            dst[5] = src[5];
+            copyByteAt(dst, src, offsetof(agent_status_message, status));
             std::memcpy(dst + sizeof(agent_status_message), src + sizeof(agent_status_message),
                         length - AGENT_STATUS_FIXED_LENGTH);
             break;
@@ -175,8 +177,6 @@ const char* handlerText(int result) {
     return result < 0 ? std::strerror(-result) : "Unknown error";
 }
 
-int sockWrite(agent_socket_t socket, const agent_message* message, int flags);
-
 // Sends `m` (host order) back to the client as the reply of a read. The
 // status message always follows at once, so the reply is held back for it
 // (MSG_MORE): the client then gets both in one segment and wakes once.
@@ -188,7 +188,7 @@ const char* sendReply(agent_socket_t socket, agent_message* m) {
         return rc > 0 ? "Unknown error" : std::strerror(-rc);
     }
     if (!net) return "Out of memory";
-    int sent = sockWrite(socket, net, MSG_MORE);
+    int sent = sock_write(socket, net, MSG_MORE);
     std::free(net);
     return sent <= 0 ? "Failed to send reply to a client" : nullptr;
 }
@@ -295,13 +295,7 @@ int sock_read(agent_socket_t socket, void* buffer, size_t size) {
     return static_cast<int>(got);
 }
 
-int sock_write(agent_socket_t socket, const agent_message* message) {
-    return sockWrite(socket, message, 0);
-}
-
-namespace {
-
-int sockWrite(agent_socket_t socket, const agent_message* message, int flags) {
+int sock_write(agent_socket_t socket, const agent_message* message, int flags) {
     if (!message) return -EINVAL;
     const uint8_t* bytes = reinterpret_cast<const uint8_t*>(message);
     const uint32_t total = be32toh(load32(bytes)) + 4;  // wraps to 0 for 0xFFFFFFFC
@@ -323,13 +317,47 @@ int sockWrite(agent_socket_t socket, const agent_message* message, int flags) {
     return static_cast<int>(total);
 }
 
+void agent_reader_init(agent_reader* reader, agent_socket_t socket) {
+    reader->socket = socket;
+    reader->start = reader->end = 0;
+}
+
+namespace {
+
+// Reads exactly `size` bytes as sock_read does, through the reader's buffer
+// when there is one: a short read then takes whatever the socket holds, so a
+// reply and the status behind it arrive with one system call.
+int receiveBytes(agent_socket_t socket, agent_reader* r, uint8_t* out, size_t size) {
+    if (!r) return sock_read(socket, out, size);
+    size_t got = 0;
+    for (;;) {
+        const size_t n = std::min(size - got, r->end - r->start);
+        std::memcpy(out + got, r->buffer + r->start, n);
+        r->start += n;
+        got += n;
+        if (got == size) return static_cast<int>(got);
+        // The buffer is empty here.
+        if (size - got >= sizeof r->buffer) {
+            int rest = sock_read(socket, out + got, size - got);
+            return rest < 0 ? rest : static_cast<int>(got) + rest;
+        }
+        ssize_t k = ::recv(socket, r->buffer, sizeof r->buffer, 0);
+        if (k < 0 && (errno == EINTR || errno == EAGAIN)) continue;
+        if (k < 0) return static_cast<int>(k);
+        if (k == 0) return static_cast<int>(got);
+        r->start = 0;
+        r->end = size_t(k);
+    }
+}
+
 }  // namespace
 
-int recv_sock_message(agent_socket_t socket, agent_message** message) {
+int recv_sock_message(agent_socket_t socket, agent_message** message, agent_reader* reader) {
     if (!message) return -EINVAL;
     *message = nullptr;
+    if (reader && reader->socket != socket) agent_reader_init(reader, socket);
     uint8_t head[4];
-    int r = sock_read(socket, head, sizeof head);
+    int r = receiveBytes(socket, reader, head, sizeof head);
     if (r < 0) return -EIO;
     if (r == 0) return -AGENT_PEER_CLOSED;
     if (r != 4) return -EIO;
@@ -340,75 +368,8 @@ int recv_sock_message(agent_socket_t socket, agent_message** message) {
     if (!buffer) return -ENOMEM;
     *message = reinterpret_cast<agent_message*>(buffer);
     std::memcpy(buffer, head, sizeof head);
-    r = sock_read(socket, buffer + 4, length);
+    r = receiveBytes(socket, reader, buffer + 4, length);
     if (r < 0 || uint32_t(r) != length) {
-        AGENT_ERROR_AT("recv_sock_message", SOURCE, 484, "Unable to read the message content");
-        return -EIO;
-    }
-    return 0;
-}
-
-void agent_reader_init(agent_reader* reader, agent_socket_t socket) {
-    reader->socket = socket;
-    reader->start = reader->end = 0;
-}
-
-namespace {
-
-// Receives what the socket has (at least one byte) behind the unread bytes.
-// Returns the count, 0 at the peer's end, negative on error.
-int fill(agent_reader* r) {
-    if (r->start > 0) {
-        std::memmove(r->buffer, r->buffer + r->start, r->end - r->start);
-        r->end -= r->start;
-        r->start = 0;
-    }
-    for (;;) {
-        ssize_t n = ::recv(r->socket, r->buffer + r->end, sizeof r->buffer - r->end, 0);
-        if (n < 0 && (errno == EINTR || errno == EAGAIN)) continue;
-        if (n > 0) r->end += size_t(n);
-        return static_cast<int>(n);
-    }
-}
-
-// Takes up to `size` buffered bytes, then reads the rest from the socket.
-int take(agent_reader* r, uint8_t* out, size_t size) {
-    const size_t buffered = std::min(size, r->end - r->start);
-    std::memcpy(out, r->buffer + r->start, buffered);
-    r->start += buffered;
-    if (buffered == size) return static_cast<int>(size);
-    int rest = sock_read(r->socket, out + buffered, size - buffered);
-    return rest < 0 ? rest : static_cast<int>(buffered) + rest;
-}
-
-}  // namespace
-
-int recv_sock_message_buffered(agent_reader* r, agent_message** message) {
-    if (!r || !message) return -EINVAL;
-    *message = nullptr;
-    while (r->end - r->start < 4) {
-        const bool nothing = r->end == r->start;
-        int n = fill(r);
-        if (n < 0) return -EIO;
-        if (n == 0) return nothing ? -AGENT_PEER_CLOSED : -EIO;
-    }
-    uint8_t head[4];
-    take(r, head, sizeof head);
-    const uint32_t length = be32toh(load32(head));
-    if (length > AGENT_MAX_MESSAGE_LENGTH) return -EMSGSIZE;
-
-    uint8_t* buffer = static_cast<uint8_t*>(std::malloc(size_t(length) + 4));
-    if (!buffer) return -ENOMEM;
-    *message = reinterpret_cast<agent_message*>(buffer);
-    std::memcpy(buffer, head, sizeof head);
-    // Small messages usually wait in the buffer whole; otherwise fill once
-    // more before reading straight from the socket.
-    if (r->end - r->start < length && length < sizeof r->buffer && fill(r) < 0) {
-        AGENT_ERROR_AT("recv_sock_message", SOURCE, 484, "Unable to read the message content");
-        return -EIO;
-    }
-    int got = take(r, buffer + 4, length);
-    if (got < 0 || uint32_t(got) != length) {
         AGENT_ERROR_AT("recv_sock_message", SOURCE, 484, "Unable to read the message content");
         return -EIO;
     }

@@ -158,15 +158,13 @@ int ntohm(agent_message* message, agent_message** destination);
 
 // Reads exactly `size` bytes; fewer only if the peer closed. Negative on error.
 int sock_read(agent_socket_t socket, void* buffer, size_t size);
-// Sends one whole network-order message; returns its size in bytes.
-int sock_write(agent_socket_t socket, const agent_message* message);
-// Reads one whole network-order message into a buffer allocated in *message
-// (free() it). -120 when the peer closed between messages.
-int recv_sock_message(agent_socket_t socket, agent_message** message);
+// Sends one whole network-order message; returns its size in bytes. `flags`
+// are added to send()'s (MSG_MORE holds a reply back for the status behind it).
+int sock_write(agent_socket_t socket, const agent_message* message, int flags = 0);
 
 // A receive buffer for one socket. A client whose answers come in pairs (a
 // read's reply and its status) gets both with one system call instead of
-// four. Bytes on the wire and results are those of recv_sock_message.
+// four. Bytes on the wire and results stay those of an unbuffered receive.
 struct agent_reader {
     agent_socket_t socket;
     size_t start;  // unread bytes are buffer[start, end)
@@ -176,8 +174,12 @@ struct agent_reader {
 
 // Binds the reader to `socket` with an empty buffer (also after a reconnect).
 void agent_reader_init(agent_reader* reader, agent_socket_t socket);
-// recv_sock_message through the reader's buffer.
-int recv_sock_message_buffered(agent_reader* reader, agent_message** message);
+
+// Reads one whole network-order message into a buffer allocated in *message
+// (free() it), through `reader` if one is given (it is bound to `socket`
+// first if it was not). -120 when the peer closed between messages.
+int recv_sock_message(agent_socket_t socket, agent_message** message,
+                      agent_reader* reader = nullptr);
 
 // The server's dispatcher for one host-order message; sends the reply of a
 // read itself. Returns the failure text, or null on success.

@@ -1,18 +1,18 @@
 // rq7.config in GTA mode against gta-sim: the commands the server received
 // for configure and disable runs of the example, byte order on big-endian
 // targets, and how a failed connection ends the run.
-#include "tests/e2e_run/ToolRun.h"
-#include "tests/gta/GtaTestUtil.h"
-#include "tests/gta/SimProcess.h"
+#include "tests/support/ToolRun.h"
+#include "tests/support/GtaPeer.h"
+#include "tests/support/SimProcess.h"
 
 #include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
 
-using rq7e2e::readFile;
-using rq7e2e::runTool;
-using rq7e2e::ScratchDir;
+using rq7test::readFile;
+using rq7test::runTool;
+using rq7test::ScratchDir;
 using Lines = std::vector<std::string>;
 
 namespace {
@@ -66,11 +66,11 @@ void expectSameLines(const Lines& actual, const Lines& expected, const std::stri
 struct SimRun {
     explicit SimRun(std::vector<std::string> extra = {}) {
         extra.insert(extra.end(), {"--image", IMAGE, "--log", dir.file("sim.log")});
-        sim.reset(new gtatest::SimProcess(GTA_SIM_PROGRAM, extra));
+        sim.reset(new rq7test::SimProcess(GTA_SIM_PROGRAM, extra));
         EXPECT_NE(sim->port(), 0u) << sim->firstLine;
     }
-    rq7e2e::ToolResult run(const std::vector<std::string>& flags, const std::string& endianness = "little") {
-        rq7e2e::writeFile(dir.file("trace.xml"), configFor(sim->port(), endianness));
+    rq7test::ToolResult run(const std::vector<std::string>& flags, const std::string& endianness = "little") {
+        rq7test::writeFile(dir.file("trace.xml"), configFor(sim->port(), endianness));
         std::vector<std::string> args = flags;
         args.push_back(dir.file("trace.xml"));
         return runTool(args, dir.path());
@@ -80,7 +80,7 @@ struct SimRun {
         return commandsOf(readFile(dir.file("sim.log")));
     }
     ScratchDir dir;
-    std::unique_ptr<gtatest::SimProcess> sim;
+    std::unique_ptr<rq7test::SimProcess> sim;
 };
 
 TEST(GtaRun, ConfigureSendsTheExpectedCommands) {
@@ -131,7 +131,7 @@ TEST(GtaRun, BigEndianTargetGetsSwappedData) {
     expectSameLines(big.commands(), expected, "big-endian");
 }
 
-using gtatest::ScriptedServer;  // for failures gta-sim never makes
+using rq7test::ScriptedPeer;  // for failures gta-sim never makes
 
 TEST(GtaRun, FailedConnectionEndsTheRunAbnormally) {
     const std::string ok = "+$OK#9a";
@@ -147,21 +147,21 @@ TEST(GtaRun, FailedConnectionEndsTheRunAbnormally) {
     };
     for (const auto& r : rows) {
         ScratchDir dir;
-        std::unique_ptr<ScriptedServer> server;
+        std::unique_ptr<ScriptedPeer> server;
         unsigned port;
         if (r.script == "-") {
-            gtatest::Peer closed;
+            rq7test::Peer closed;
             port = closed.port;  // released again when `closed` goes
         } else {
-            server.reset(new ScriptedServer(r.script));
+            server.reset(new ScriptedPeer(r.script));
             port = server->peer.port;
         }
         const std::string config = configFor(port);
-        rq7e2e::writeFile(dir.file("trace.xml"), config);
+        rq7test::writeFile(dir.file("trace.xml"), config);
         auto result = runTool({"-c", dir.file("trace.xml")}, dir.path());
         EXPECT_NE(result.status, 0) << r.name;
         EXPECT_NE(result.status, 1) << r.name << ": an uncaught exception, not a normal failure";
-        EXPECT_EQ(rq7e2e::maskLogTimes(result.out), "- HH:MM:SS.mmm [qor.ta.gta] ERROR: " + r.text + "\n")
+        EXPECT_EQ(rq7test::maskLogTimes(result.out), "- HH:MM:SS.mmm [qor.ta.gta] ERROR: " + r.text + "\n")
             << r.name;
         EXPECT_NE(result.err.find(r.text), std::string::npos) << r.name << result.err;
         EXPECT_EQ(readFile(dir.file("trace.xml")), config) << r.name << ": nothing saved";

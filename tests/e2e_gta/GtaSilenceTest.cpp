@@ -1,15 +1,15 @@
 // A debug server that falls silent ends an rq7.config run as one that closes
 // the connection at the same point: same output, same status, same file.
 // Each silent run waits out the reply deadline, so these tests take a minute.
-#include "tests/e2e_run/ToolRun.h"
+#include "tests/support/ToolRun.h"
 #include "tests/gta/PacedServer.h"
-#include "tests/gta/SimProcess.h"
+#include "tests/support/SimProcess.h"
 
 #include <string>
 
-using gtatest::CutProxy;
-using rq7e2e::readFile;
-using rq7e2e::ScratchDir;
+using rq7test::CutProxy;
+using rq7test::readFile;
+using rq7test::ScratchDir;
 
 namespace {
 
@@ -18,7 +18,7 @@ const std::string IMAGE = std::string(RQ7_SIM_DIR) + "/ka7710x.image";
 const int RUN_LIMIT_SECONDS = 120;
 
 struct Outcome {
-    rq7e2e::ToolResult result;
+    rq7test::ToolResult result;
     std::string savedFile;
     std::string config;
 };
@@ -26,7 +26,7 @@ struct Outcome {
 // One configure run through a proxy that keeps `keep` commands of gta-sim's
 // conversation and then cuts it as `cut` says.
 Outcome runCut(unsigned keep, CutProxy::Cut cut) {
-    gtatest::SimProcess sim(GTA_SIM_PROGRAM, {"--image", IMAGE});
+    rq7test::SimProcess sim(GTA_SIM_PROGRAM, {"--image", IMAGE});
     EXPECT_NE(sim.port(), 0u) << sim.firstLine;
     CutProxy proxy(sim.port(), keep, cut);
     ScratchDir dir;
@@ -36,9 +36,9 @@ Outcome runCut(unsigned keep, CutProxy::Cut cut) {
     const auto at = o.config.find(port);
     EXPECT_NE(at, std::string::npos);
     o.config.replace(at, port.size(), "<DefaultValue>" + std::to_string(proxy.peer.port) + "</DefaultValue>");
-    rq7e2e::writeFile(dir.file("trace.xml"), o.config);
-    o.result = rq7e2e::runTool({"-c", dir.file("trace.xml")}, dir.path(), RUN_LIMIT_SECONDS);
-    o.result.out = rq7e2e::maskLogTimes(o.result.out);
+    rq7test::writeFile(dir.file("trace.xml"), o.config);
+    o.result = rq7test::runTool({"-c", dir.file("trace.xml")}, dir.path(), RUN_LIMIT_SECONDS);
+    o.result.out = rq7test::maskLogTimes(o.result.out);
     o.savedFile = readFile(dir.file("trace.xml"));
     return o;
 }

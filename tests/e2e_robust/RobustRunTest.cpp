@@ -1,7 +1,7 @@
 // Logger runs of the example under hostile conditions: a save that cannot
 // happen is reported on stderr without changing the result line or status,
 // and a reader that closes stdout early does not stop the run.
-#include "tests/e2e_run/ToolRun.h"
+#include "tests/support/ToolRun.h"
 
 #include <gtest/gtest.h>
 
@@ -14,8 +14,8 @@
 #include <functional>
 #include <string>
 
-using rq7e2e::readFile;
-using rq7e2e::ScratchDir;
+using rq7test::readFile;
+using rq7test::ScratchDir;
 
 namespace {
 
@@ -76,7 +76,7 @@ Outcome runConfigure(const std::string& path, const std::function<void()>& prepa
 TEST(RobustRun, FailedSaveIsReportedAndTheResultStays) {
     ScratchDir dir;
     const std::string path = dir.file("board.xml");
-    rq7e2e::copyFile(EXAMPLE, path);
+    rq7test::copyFile(EXAMPLE, path);
     const Outcome r = runConfigure(path, [] {
         // The file may not grow past 4 KiB: the save fails as on a full disk.
         ::signal(SIGXFSZ, SIG_IGN);
@@ -92,7 +92,7 @@ TEST(RobustRun, FailedSaveIsReportedAndTheResultStays) {
 TEST(RobustRun, ReaderClosingEarlyDoesNotStopTheRun) {
     ScratchDir dir;
     const std::string path = dir.file("board.xml");
-    rq7e2e::copyFile(EXAMPLE, path);
+    rq7test::copyFile(EXAMPLE, path);
     const Outcome r = runConfigure(path, [] { ::signal(SIGPIPE, SIG_DFL); }, true);
     EXPECT_FALSE(r.firstLine.empty());
     EXPECT_EQ(r.status, 0);

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-namespace rq7e2e {
+namespace rq7test {
 
 struct Block {
     std::string name;
@@ -56,4 +56,4 @@ inline Block loggerAccess(const std::string& port = "5000") {
                  {}};
 }
 
-}  // namespace rq7e2e
+}  // namespace rq7test

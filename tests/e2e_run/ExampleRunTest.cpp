@@ -1,11 +1,11 @@
 // The shipped example, run as a user would: on a copy, in Logger mode.
 // Its trace is compared with a reviewed record of the register accesses.
-#include "ToolRun.h"
+#include "tests/support/ToolRun.h"
 
 #include <gtest/gtest.h>
 
 
-namespace rq7e2e {
+namespace rq7test {
 namespace {
 
 const std::string Example = std::string(RQ7_EXAMPLES_DIR) + "/ka7710x_logger.xml";
@@ -64,9 +64,9 @@ INSTANTIATE_TEST_SUITE_P(Ka7710x, ExampleRun,
                          });
 
 }  // namespace
-}  // namespace rq7e2e
+}  // namespace rq7test
 
-namespace rq7e2e {
+namespace rq7test {
 namespace {
 
 // The GTA variant with no debug server listening: the connection fails inside
@@ -92,4 +92,4 @@ TEST(ExampleGta, NoServerEndsAbnormallyAfterLogLine) {
 }
 
 }  // namespace
-}  // namespace rq7e2e
+}  // namespace rq7test

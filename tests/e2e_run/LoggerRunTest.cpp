@@ -1,11 +1,11 @@
 // Logger runs that reach the target: the register accesses printed by the
 // in-process server, the log lines, the result line and what is saved.
-#include "ConfigText.h"
-#include "ToolRun.h"
+#include "tests/e2e_run/ConfigText.h"
+#include "tests/support/ToolRun.h"
 
 #include <gtest/gtest.h>
 
-namespace rq7e2e {
+namespace rq7test {
 namespace {
 
 // A NoC probe feeding a funnel through an observer, the funnel feeding an ETF.
@@ -220,4 +220,4 @@ TEST(LoggerRunCycle, CycleReportedAndRunEnds) {
 }
 
 }  // namespace
-}  // namespace rq7e2e
+}  // namespace rq7test

@@ -1,10 +1,10 @@
 // Every early end of a run: which message, on which stream, with which status.
-#include "ConfigText.h"
-#include "ToolRun.h"
+#include "tests/e2e_run/ConfigText.h"
+#include "tests/support/ToolRun.h"
 
 #include <gtest/gtest.h>
 
-namespace rq7e2e {
+namespace rq7test {
 namespace {
 
 const char* const NoConfiguration = "[RQ7 Trace Configuration Client] Cannot find configuration\n";
@@ -122,4 +122,4 @@ INSTANTIATE_TEST_SUITE_P(Run, RunMessages, ::testing::ValuesIn(messageCases()),
                          });
 
 }  // namespace
-}  // namespace rq7e2e
+}  // namespace rq7test

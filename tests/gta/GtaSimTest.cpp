@@ -1,14 +1,14 @@
 // The gta-sim program: preloaded image, command vocabulary, its command log,
 // and that bad packets and abrupt disconnects leave it serving.
-#include "tests/gta/GtaTestUtil.h"
-#include "tests/gta/SimProcess.h"
+#include "tests/support/GtaPeer.h"
+#include "tests/support/SimProcess.h"
 
 #include <fstream>
 #include <sstream>
 #include <string>
 #include <vector>
 
-using gtatest::hex;
+using rq7test::hexEncode;
 
 namespace {
 
@@ -25,7 +25,7 @@ std::string readFile(const std::string& path) {
 
 // Raw bytes to the server; the connection is dropped without a goodbye.
 void sendAndDrop(unsigned port, const std::string& bytes) {
-    int s = gtatest::connectTo(port);
+    int s = rq7test::connectTo(port);
     ASSERT_GE(s, 0);
     ::send(s, bytes.data(), bytes.size(), MSG_NOSIGNAL);
     linger hard{1, 0};  // reset instead of an orderly close
@@ -42,7 +42,7 @@ struct Fixture : ::testing::Test {
         std::ofstream(blob, std::ios::binary) << std::string(4094, '\0') << "\x11\x22\x33\x44";  // 4098 bytes
         std::ofstream(image) << "# test image\nAPB 0x1000 0x12345678\nAPB 0x1008 0xAB 1\nDDR 0x0 0x0102030405060708 8\n"
                              << "DDR 0x10000 @" << blob.substr(blob.rfind('/') + 1) << "  # code\n";
-        sim.reset(new gtatest::SimProcess(GTA_SIM_PROGRAM, {"--image", image, "--log", log, "--clear-on-write",
+        sim.reset(new rq7test::SimProcess(GTA_SIM_PROGRAM, {"--image", image, "--log", log, "--clear-on-write",
                                                             "AXI:0x3004:0x41", "--clear-on-write", "AXI:0x3008:0x1",
                                                             "--read-fifo", "AXI:0x4000:" + blob}));
         ASSERT_NE(sim->port(), 0u) << sim->firstLine;
@@ -56,11 +56,11 @@ struct Fixture : ::testing::Test {
     GtaSession* open() {
         GtaSession* s = nullptr;
         EXPECT_EQ(gta_open(("tcp://127.0.0.1:" + std::to_string(sim->port())).c_str(), &s), GTA_OK);
-        if (s) s->transport->timeout = gtatest::SAFETY_TIMEOUT_MS;
+        if (s) s->transport->timeout = rq7test::SAFETY_TIMEOUT_MS;
         return s;
     }
     std::string image, log, blob;
-    std::unique_ptr<gtatest::SimProcess> sim;
+    std::unique_ptr<rq7test::SimProcess> sim;
 };
 
 using GtaSim = Fixture;
@@ -76,13 +76,13 @@ TEST_F(GtaSim, AnswersTheCommandVocabulary) {
         {"ctx set current :c:d:x", "OK"},
         {"ctx id :c:d set prop speed fast", "OK"},
         {"ctx connect", "OK"},
-        {"mem list-ms", hex("APB\nAXI\nDDR\n")},
-        {"mem read :c:d:x 0x1000 4 APB 1", hex(hex("\x78\x56\x34\x12"))},
-        {"mem read-piped :c:d:x 0x1008 1 APB 2", hex(hex(std::string("\xab\x00", 2)))},
-        {"mem read :c:d:x 0x0 8 DDR 1", hex(hex("\x08\x07\x06\x05\x04\x03\x02\x01"))},
-        {"mem read :c:d:x 0x1000 4  1", hex(hex("\x78\x56\x34\x12"))},  // empty space: the first one
+        {"mem list-ms", hexEncode("APB\nAXI\nDDR\n")},
+        {"mem read :c:d:x 0x1000 4 APB 1", hexEncode(hexEncode("\x78\x56\x34\x12"))},
+        {"mem read-piped :c:d:x 0x1008 1 APB 2", hexEncode(hexEncode(std::string("\xab\x00", 2)))},
+        {"mem read :c:d:x 0x0 8 DDR 1", hexEncode(hexEncode("\x08\x07\x06\x05\x04\x03\x02\x01"))},
+        {"mem read :c:d:x 0x1000 4  1", hexEncode(hexEncode("\x78\x56\x34\x12"))},  // empty space: the first one
         {"mem write :c:d:x 0x2000 2 AXI beefcafe", "OK"},
-        {"mem read :c:d:x 0x2000 4 AXI 1", hex("beefcafe")},
+        {"mem read :c:d:x 0x2000 4 AXI 1", hexEncode("beefcafe")},
         {"mem write :c:d:x 0x2000 4 AXI beef", "E06"},  // not a whole element
         {"mem read :c:d:x 0x2000 3 AXI 1", "E04"},
         {"mem read :c:d:x 0x2000 4 NOPE 1", "E05"},
@@ -104,7 +104,7 @@ TEST_F(GtaSim, AnswersTheCommandVocabulary) {
     for (const auto& r : rows) {
         GtaPacket* reply = nullptr;
         ASSERT_EQ(gta_exec(s, r.command.c_str(), &reply), GTA_OK) << r.command;
-        EXPECT_EQ(gtatest::replyText(reply), r.reply) << r.command;
+        EXPECT_EQ(rq7test::replyText(reply), r.reply) << r.command;
     }
     for (int word = 2; word < 1023; ++word) {  // up to the word holding the file's last bytes
         GtaPacket* reply = nullptr;
@@ -118,7 +118,7 @@ TEST_F(GtaSim, AnswersTheCommandVocabulary) {
     for (const auto& r : tail) {
         GtaPacket* reply = nullptr;
         ASSERT_EQ(gta_exec(s, r.command.c_str(), &reply), GTA_OK) << r.command;
-        EXPECT_EQ(gtatest::replyText(reply), r.reply) << r.command;
+        EXPECT_EQ(rq7test::replyText(reply), r.reply) << r.command;
     }
     gta_close(s);
     const std::string text = readFile(log);
@@ -129,8 +129,8 @@ TEST_F(GtaSim, AnswersTheCommandVocabulary) {
 TEST_F(GtaSim, SurvivesBadPacketsAndAbruptDisconnects) {
     const std::vector<std::string> abuse = {
         "garbage without any frame",
-        gtatest::packet("qRcmd," + hex("ctx connect")).replace(1, 1, "x"),  // bad checksum
-        gtatest::packet("qRcmd,zz"),  // not hex
+        rq7test::packet("qRcmd," + hexEncode("ctx connect")).replace(1, 1, "x"),  // bad checksum
+        rq7test::packet("qRcmd,zz"),  // not hex
         "$qRcmd," + std::string(5000, 'a'),  // cut off inside a packet
         "$vCont?#49",                         // not a monitor command
         std::string(3, '\0') + "+-+-",
@@ -157,9 +157,9 @@ TEST_F(GtaSim, SurvivesBadPacketsAndAbruptDisconnects) {
 }
 
 TEST_F(GtaSim, ResendsItsLastPacketOnNack) {
-    int s = gtatest::connectTo(sim->port());
+    int s = rq7test::connectTo(sim->port());
     ASSERT_GE(s, 0);
-    const std::string reply = gtatest::packet(hex("APB\nAXI\nDDR\n"));
+    const std::string reply = rq7test::packet(hexEncode("APB\nAXI\nDDR\n"));
     auto expectBytes = [&](const std::string& expected) {
         std::string got(expected.size(), '\0');
         size_t n = 0;
@@ -170,7 +170,7 @@ TEST_F(GtaSim, ResendsItsLastPacketOnNack) {
         }
         EXPECT_EQ(got, expected);
     };
-    const std::string list = gtatest::command("mem list-ms");
+    const std::string list = rq7test::command("mem list-ms");
     ::send(s, list.data(), list.size(), 0);
     expectBytes("+" + reply);
     ::send(s, "-", 1, 0);
@@ -199,7 +199,7 @@ TEST(GtaSimCommandLine, RefusesABadImageOrRule) {
         std::ofstream(image) << r.imageText;
         std::vector<std::string> args = {"--image", image};
         args.insert(args.end(), r.extra.begin(), r.extra.end());
-        gtatest::SimProcess sim(GTA_SIM_PROGRAM, args);
+        rq7test::SimProcess sim(GTA_SIM_PROGRAM, args);
         EXPECT_EQ(sim.wait(), 2) << r.imageText;
         EXPECT_EQ(sim.port(), 0u);
     }

@@ -6,7 +6,7 @@
 //  - CutProxy passes a real server's conversation through until the client
 //    starts its command number `keep` + 1, then either closes both sides or
 //    falls silent (acknowledging what it gets and answering nothing).
-#include "tests/gta/GtaTestUtil.h"
+#include "tests/support/GtaPeer.h"
 
 #include <atomic>
 #include <chrono>
@@ -15,7 +15,7 @@
 #include <thread>
 #include <vector>
 
-namespace gtatest {
+namespace rq7test {
 
 // Reads one "$...#xx" packet from fd, skipping bytes before its '$'; false at
 // the end of the stream.
@@ -115,4 +115,4 @@ private:
     std::thread thread;
 };
 
-}  // namespace gtatest
+}  // namespace rq7test

@@ -1,14 +1,14 @@
 // Packet layer: buffer growth, URLs, encodings, and the receive and send
 // state machines over the memory transport and over a real socket.
-#include "tests/gta/GtaTestUtil.h"
+#include "tests/support/GtaPeer.h"
 
 #include <cstring>
 #include <string>
 #include <vector>
 
-using gtatest::command;
-using gtatest::packet;
-using gtatest::replyText;
+using rq7test::command;
+using rq7test::packet;
+using rq7test::replyText;
 
 namespace {
 
@@ -287,7 +287,7 @@ const std::vector<ExchangeRow> EXCHANGE_ROWS = {
 
 TEST(GtaExchange, ExecOkOverSocket) {
     for (const auto& r : EXCHANGE_ROWS) {
-        gtatest::TcpSession t;
+        rq7test::TcpSession t;
         t.session->sendRetries = r.sendRetries;
         t.peer.send(r.peerBytes);
         EXPECT_EQ(gta_exec_ok(t.session, "ping"), r.status) << r.name;
@@ -296,7 +296,7 @@ TEST(GtaExchange, ExecOkOverSocket) {
 }
 
 TEST(GtaExchange, SessionSurvivesBadPacketsAndErrorReplies) {
-    gtatest::TcpSession t;
+    rq7test::TcpSession t;
     t.peer.send("+" + std::string(GTA_NOISE_LIMIT + 1, '.'));
     EXPECT_EQ(gta_exec_ok(t.session, "ping"), GTA_ERR_BAD_PACKET);
     t.session->readFill = t.session->readPosition = 0;  // drop the rest of the noise
@@ -319,7 +319,7 @@ TEST(GtaExchange, PeerThatClosesIsAFailure) {
         {"after a nack", "-"},
     };
     for (const auto& r : rows) {
-        gtatest::TcpSession t;
+        rq7test::TcpSession t;
         t.peer.send(r.peerBytes);
         t.peer.closePeer();
         // A resend after the nack may already find the connection reset.
@@ -335,7 +335,7 @@ TEST(GtaExchange, PeerThatClosesIsAFailure) {
 }
 
 TEST(GtaExchange, TimeoutEndsAWait) {
-    gtatest::TcpSession t;
+    rq7test::TcpSession t;
     t.session->transport->timeout = 50;
     EXPECT_EQ(gta_exec_ok(t.session, "ping"), GTA_ERR_TIMEOUT);
 }

@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-using gtatest::PacedServer;
-using gtatest::packet;
+using rq7test::PacedServer;
+using rq7test::packet;
 
 namespace {
 
@@ -27,7 +27,7 @@ TEST(GtaReplyDeadline, SlowServerThatKeepsAnsweringKeepsTheSession) {
     // Half a second per reply, with console output and a damaged packet
     // between command and reply (each shows the server is there).
     PacedServer server([](unsigned n) -> PacedServer::Answer {
-        if (n == 1) return {500, packet("O" + gtatest::hex("busy\n")) + OK_PACKET};
+        if (n == 1) return {500, packet("O" + rq7test::hexEncode("busy\n")) + OK_PACKET};
         if (n == 2) return {500, "$OK#00" + OK_PACKET};
         return {500, OK_PACKET};
     });

@@ -1,14 +1,14 @@
 // Contexts and the monitor commands, checked as the exact packets a session
 // sends and the replies it accepts or refuses.
-#include "tests/gta/GtaTestUtil.h"
+#include "tests/support/GtaPeer.h"
 
 #include <cstring>
 #include <string>
 #include <vector>
 
-using gtatest::command;
-using gtatest::hex;
-using gtatest::packet;
+using rq7test::command;
+using rq7test::hexEncode;
+using rq7test::packet;
 
 namespace {
 
@@ -67,7 +67,7 @@ TEST(GtaContext, CloneIsDeepAndEqual) {
 struct Fixture : ::testing::Test {
     void SetUp() override { ASSERT_EQ(gta_context_create("C", "D", 3, "X", &context), GTA_OK); }
     void TearDown() override { gta_context_destroy(context); }
-    gtatest::TcpSession t;
+    rq7test::TcpSession t;
     GtaContext* context = nullptr;
 };
 
@@ -97,7 +97,7 @@ TEST_F(GtaConnect, StopsAtTheFirstRefusal) {
          command("ctx set current :C:D:X") + "+" + command("ctx connect") + "+"},
     };
     for (const auto& r : rows) {
-        gtatest::TcpSession s;
+        rq7test::TcpSession s;
         s.peer.send(r.peerBytes);
         EXPECT_EQ(gta_context_connect(s.session, context), r.status) << r.name;
         EXPECT_EQ(s.peer.received(), r.sent) << r.name;
@@ -119,19 +119,19 @@ TEST_F(GtaMemory, ReadRepliesAreCheckedAndDecoded) {
         std::string bytes;  // what lands in the buffer
     };
     const std::vector<Row> rows = {
-        {"one word", 4, 1, hex("78563412"), GTA_OK, "\x78\x56\x34\x12"},
+        {"one word", 4, 1, hexEncode("78563412"), GTA_OK, "\x78\x56\x34\x12"},
         {"upper-case digits", 1, 1, "4142", GTA_OK, "\xab"},
-        {"two half-words", 2, 2, hex("0102a0b0"), GTA_OK, "\x01\x02\xa0\xb0"},
-        {"surplus ignored", 1, 1, hex("ff") + "zz", GTA_OK, "\xff"},
-        {"one character short", 4, 1, hex("78563412").substr(1), GTA_ERR_COMMAND, ""},
+        {"two half-words", 2, 2, hexEncode("0102a0b0"), GTA_OK, "\x01\x02\xa0\xb0"},
+        {"surplus ignored", 1, 1, hexEncode("ff") + "zz", GTA_OK, "\xff"},
+        {"one character short", 4, 1, hexEncode("78563412").substr(1), GTA_ERR_COMMAND, ""},
         {"error reply", 4, 1, "E01", GTA_ERR_COMMAND, ""},
         {"OK is too short", 1, 1, "OK", GTA_ERR_COMMAND, ""},
         {"bad outer digit", 1, 1, "3g30", GTA_ERR_HEX, ""},
-        {"bad inner digit", 1, 1, hex("zz"), GTA_ERR_HEX, ""},
+        {"bad inner digit", 1, 1, hexEncode("zz"), GTA_ERR_HEX, ""},
         {"nothing asked", 4, 0, "", GTA_OK, ""},
     };
     for (const auto& r : rows) {
-        gtatest::TcpSession s;
+        rq7test::TcpSession s;
         s.peer.send("+" + packet(r.reply));
         uint8_t buffer[16] = {};
         EXPECT_EQ(gta_mem_read(s.session, context, 0x1000, "APB", r.width, r.count, buffer), r.status)
@@ -147,7 +147,7 @@ TEST_F(GtaMemory, ReadRepliesAreCheckedAndDecoded) {
 
 TEST_F(GtaMemory, PipedReadAndWriteTexts) {
     uint8_t buffer[4] = {};
-    t.peer.send("+" + packet(hex("00000000")));
+    t.peer.send("+" + packet(hexEncode("00000000")));
     EXPECT_EQ(gta_mem_read_piped(t.session, context, 0xffffffff00000010ull, "AXI", 4, 1, buffer), GTA_OK);
     EXPECT_EQ(t.peer.received(), command("mem read-piped :C:D:X 0xffffffff00000010 4 AXI 1") + "+");
 
@@ -156,7 +156,7 @@ TEST_F(GtaMemory, PipedReadAndWriteTexts) {
     EXPECT_EQ(gta_mem_write(t.session, context, 0x20, "", 1, 2, data), GTA_OK);
     // The text and then the data, both hex-encoded once more: the data part
     // of 0x12 0xAB is "31326162".
-    EXPECT_EQ(t.peer.received(), packet("qRcmd," + hex("mem write :C:D:X 0x20 1  ") + "31326162") + "+");
+    EXPECT_EQ(t.peer.received(), packet("qRcmd," + hexEncode("mem write :C:D:X 0x20 1  ") + "31326162") + "+");
 }
 
 TEST_F(GtaMemory, WriteNeedsOK) {
@@ -164,17 +164,17 @@ TEST_F(GtaMemory, WriteNeedsOK) {
         {"OK", GTA_OK}, {"E05", GTA_ERR_COMMAND}, {"okay", GTA_ERR_COMMAND}};
     const uint32_t value = 1;
     for (const auto& r : rows) {
-        gtatest::TcpSession s;
+        rq7test::TcpSession s;
         s.peer.send("+" + packet(r.first));
         EXPECT_EQ(gta_mem_write(s.session, context, 0, "APB", 4, 1, &value), r.second) << r.first;
     }
 }
 
 TEST_F(GtaMemory, ExecReturnsTheReply) {
-    t.peer.send("+" + packet(hex("APB\nAXI\n")));
+    t.peer.send("+" + packet(hexEncode("APB\nAXI\n")));
     GtaPacket* reply = nullptr;
     ASSERT_EQ(gta_exec(t.session, "mem list-ms", &reply), GTA_OK);
-    EXPECT_EQ(gtatest::replyText(reply), hex("APB\nAXI\n"));
+    EXPECT_EQ(rq7test::replyText(reply), hexEncode("APB\nAXI\n"));
     EXPECT_EQ(reply, t.session->reply);
     EXPECT_EQ(gta_mem_read(t.session, nullptr, 0, "APB", 4, 1, nullptr), GTA_ERR_COMMAND_TEXT);
 }

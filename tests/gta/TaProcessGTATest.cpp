@@ -2,8 +2,8 @@
 // each access, its byte order handling, and how connection failures end.
 #include "target.access/ExtAddress.h"
 #include "target.access/TaProcessGTA.h"
-#include "tests/common/StdoutCapture.h"
-#include "tests/gta/GtaTestUtil.h"
+#include "tests/support/StdoutCapture.h"
+#include "tests/support/GtaPeer.h"
 #include "tools/gta-sim/GtaSim.h"
 
 #include <boost/shared_ptr.hpp>
@@ -14,7 +14,16 @@
 #include <thread>
 #include <vector>
 
+// g++ names AddressSanitizer builds by a macro, clang by a feature test.
 #if defined(__SANITIZE_ADDRESS__)
+#define RQ7_ASAN 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define RQ7_ASAN 1
+#endif
+#endif
+
+#if defined(RQ7_ASAN)
 #include <sanitizer/lsan_interface.h>
 // A constructor that throws leaves its session open on purpose (the process
 // ends on that exception); the tests that provoke it must not count it.
@@ -188,11 +197,11 @@ TEST(TaProcessGTA, RefusedAccessesThrow) {
     EXPECT_EQ(value, 1u);
 }
 
-using gtatest::ScriptedServer;
+using rq7test::ScriptedPeer;
 
 const std::string OK = "+$OK#9a";
 
-std::string listReply(const std::string& text) { return "+" + gtatest::packet(gtatest::hex(text)); }
+std::string listReply(const std::string& text) { return "+" + rq7test::packet(rq7test::hexEncode(text)); }
 
 TEST(TaProcessGTA, ConnectionFailuresThrowTheirText) {
     struct Row {
@@ -205,12 +214,12 @@ TEST(TaProcessGTA, ConnectionFailuresThrowTheirText) {
         {"current context refused", "+$E02#a7", "Cannot create memory context"},
         {"connect refused", OK + "+$E02#a7", "Cannot create memory context"},
         {"list refused", OK + OK + "+$E01#a6", "Cannot load memory spaces."},
-        {"list not hex", OK + OK + "+" + gtatest::packet("zz"), "Cannot load memory spaces."},
-        {"list of odd size", OK + OK + "+" + gtatest::packet("612"), "Cannot load memory spaces."},
+        {"list not hex", OK + OK + "+" + rq7test::packet("zz"), "Cannot load memory spaces."},
+        {"list of odd size", OK + OK + "+" + rq7test::packet("612"), "Cannot load memory spaces."},
     };
     for (const auto& r : rows) {
         RQ7_EXPECTED_LEAK_SCOPE;
-        ScriptedServer server(r.script);
+        ScriptedPeer server(r.script);
         rq7test::StdoutCapture capture;
         try {
             TaProcessGTA process("127.0.0.1", server.peer.port, "C", "D", "X", "APB", "little");
@@ -231,7 +240,7 @@ TEST(TaProcessGTA, MemorySpaceListsKeepEmptyNamesAndDropTheTail) {
         {"a\nb\n", {"a", "b"}}, {"a", {}}, {"", {}}, {"a\n\nb\n", {"a", "", "b"}}, {"a\nb", {"a"}},
     };
     for (const auto& r : rows) {
-        ScriptedServer server(OK + OK + listReply(r.list));
+        ScriptedPeer server(OK + OK + listReply(r.list));
         ExtAddress::memorySpaceIds = {"stale"};
         TaProcessGTA process("127.0.0.1", server.peer.port, "C", "D", "X", "APB", "little");
         EXPECT_EQ(ExtAddress::memorySpaceIds, r.ids) << r.list;

@@ -96,7 +96,8 @@ TEST(CreateModule, ClassChosenByName) {
             continue;
         }
         ASSERT_TRUE(module) << c.name;
-        EXPECT_EQ(typeid(*module), *c.type) << c.name;
+        const auto& made = *module;
+        EXPECT_EQ(typeid(made), *c.type) << c.name;
         EXPECT_EQ(module->getName(), c.name);
     }
     testing::internal::GetCapturedStdout();

@@ -128,7 +128,9 @@ TEST(RegisterManager, CanOnlyShrink) {
         const size_t kept = std::min(request, 16u);
         expectLayout(m, 0x3000, kept, "R");
         for (size_t i : {1, 15}) {
-            if (i < kept) EXPECT_TRUE(m.used[i]) << i;
+            if (i < kept) {
+                EXPECT_TRUE(m.used[i]) << i;
+            }
         }
     }
 }

@@ -7,7 +7,7 @@
 #include "target.access/quorl/register.h"
 #include "target.access/server/DummyServer.h"
 #include "tests/support/RecordingTaProcess.h"
-#include "tests/target.access/SocketTestUtil.h"
+#include "tests/support/AgentWire.h"
 
 #include <boost/make_shared.hpp>
 #include <gtest/gtest.h>

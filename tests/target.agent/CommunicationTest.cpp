@@ -2,7 +2,7 @@
 // and the dispatcher with a recording handler table.
 #include "target.agent/user/communication.h"
 
-#include "tests/target.access/SocketTestUtil.h"
+#include "tests/support/AgentWire.h"
 
 #include <cstring>
 
@@ -240,7 +240,7 @@ TEST(AgentMessageTransfer, ReceiveFailures) {
             s.closeB();
             agent_message* in = nullptr;
             testing::internal::CaptureStderr();
-            EXPECT_EQ(buffered ? recv_sock_message_buffered(&reader, &in) : recv_sock_message(s.a, &in),
+            EXPECT_EQ(recv_sock_message(s.a, &in, buffered ? &reader : nullptr),
                       c.result);
             EXPECT_EQ(testing::internal::GetCapturedStderr(), c.error);
             EXPECT_EQ(in != nullptr, c.buffer);
@@ -248,7 +248,6 @@ TEST(AgentMessageTransfer, ReceiveFailures) {
         }
     }
     EXPECT_EQ(recv_sock_message(0, nullptr), -22);
-    EXPECT_EQ(recv_sock_message_buffered(nullptr, nullptr), -22);
 }
 
 // A reply and its status sent together, then a message larger than the
@@ -265,7 +264,7 @@ TEST(AgentMessageTransfer, BufferedReaderSplitsMessages) {
     agent_reader_init(&reader, s.a);
     for (const Bytes& expected : {reply, status, big}) {
         agent_message* in = nullptr;
-        ASSERT_EQ(recv_sock_message_buffered(&reader, &in), 0);
+        ASSERT_EQ(recv_sock_message(s.a, &in, &reader), 0);
         EXPECT_EQ(take(in, expected.size()), expected);
     }
     writer.join();

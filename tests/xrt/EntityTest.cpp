@@ -2,7 +2,7 @@
 // events, and the reference rules of values.
 #include <gtest/gtest.h>
 
-#include "tests/xrt/xrt_test_util.h"
+#include "tests/xrt/XrtTestSupport.h"
 
 using namespace xrt;
 

@@ -6,7 +6,7 @@
 #include <cstdio>
 #include <fstream>
 
-#include "tests/xrt/xrt_test_util.h"
+#include "tests/xrt/XrtTestSupport.h"
 
 using namespace xrt;
 using xrt_test::utf16;

@@ -4,7 +4,7 @@
 
 #include <cstring>
 
-#include "tests/xrt/xrt_test_util.h"
+#include "tests/xrt/XrtTestSupport.h"
 
 using namespace xrt;
 

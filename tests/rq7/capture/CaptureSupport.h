@@ -1,7 +1,7 @@
 #pragma once
 // Shared by the capture tests: the GTA example rewritten for a scenario, the
 // trace decoder's lister, and files of bytes.
-#include "tests/e2e_run/ToolRun.h"
+#include "tests/support/ToolRun.h"
 #include "tests/rq7/capture/EtmStream.h"
 
 #include <gtest/gtest.h>
@@ -27,7 +27,7 @@ inline EtmTrace sampleTrace() { return EtmTrace{CODE_ADDRESS, {true, true, false
 using Edits = std::vector<std::pair<std::string, std::string>>;
 
 inline std::string editedExample(const Edits& edits) {
-    std::string text = rq7e2e::readFile(EXAMPLE);
+    std::string text = rq7test::readFile(EXAMPLE);
     for (const auto& e : edits) {
         const auto at = text.find(e.first);
         EXPECT_NE(at, std::string::npos) << e.first;
@@ -48,7 +48,7 @@ inline bool haveLister() { return ::access(LISTER, X_OK) == 0; }
 
 // trc_pkt_lister's decode of a snapshot directory.
 inline std::string decode(const std::string& dir, const std::string& workDir) {
-    return rq7e2e::runProgram(LISTER, {"-ss_dir", dir, "-decode"}, workDir).out;
+    return rq7test::runProgram(LISTER, {"-ss_dir", dir, "-decode"}, workDir).out;
 }
 
 inline size_t count(const std::string& text, const std::string& what) {

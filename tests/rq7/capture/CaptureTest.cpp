@@ -3,8 +3,8 @@
 // trace decoder's own lister; verify after clean and tampered runs.
 #include "gta/gta.h"
 #include "rq7/Fields.h"
-#include "tests/gta/GtaTestUtil.h"
-#include "tests/gta/SimProcess.h"
+#include "tests/support/GtaPeer.h"
+#include "tests/support/SimProcess.h"
 #include "tests/rq7/capture/CaptureSupport.h"
 
 #include <sys/stat.h>
@@ -12,10 +12,10 @@
 #include <memory>
 
 using namespace capturetest;
-using rq7e2e::readFile;
-using rq7e2e::runTool;
-using rq7e2e::ScratchDir;
-using rq7e2e::writeFile;
+using rq7test::readFile;
+using rq7test::runTool;
+using rq7test::ScratchDir;
+using rq7test::writeFile;
 
 namespace {
 
@@ -45,18 +45,18 @@ public:
         for (std::string& a : simArgs)
             if (a.find("@DIR@") != std::string::npos) a.replace(a.find("@DIR@"), 5, dir.path());
         simArgs.insert(simArgs.begin(), {"--image", dir.file("sim.image"), "--quiet"});
-        sim.reset(new gtatest::SimProcess(GTA_SIM_PROGRAM, simArgs));
+        sim.reset(new rq7test::SimProcess(GTA_SIM_PROGRAM, simArgs));
         EXPECT_NE(sim->port(), 0u) << sim->firstLine;
         Edits all = portEdit(sim->port());
         all.insert(all.end(), edits.begin(), edits.end());
         writeFile(config(), editedExample(all));
     }
     std::string config() const { return dir.file("trace.xml"); }
-    rq7e2e::ToolResult configure() { return runTool({"-c", config()}, dir.path()); }
-    rq7e2e::ToolResult rq7(const std::vector<std::string>& args) {
-        return rq7e2e::runProgram(RQ7_BINARY, args, dir.path());
+    rq7test::ToolResult configure() { return runTool({"-c", config()}, dir.path()); }
+    rq7test::ToolResult rq7(const std::vector<std::string>& args) {
+        return rq7test::runProgram(RQ7_BINARY, args, dir.path());
     }
-    rq7e2e::ToolResult capture() {
+    rq7test::ToolResult capture() {
         return rq7({"capture", config(), "-o", snapshot(), "--dump", "AXI:" + hexText(CODE_ADDRESS) + ":20"});
     }
     std::string snapshot() const { return dir.file("snapshot"); }
@@ -64,18 +64,18 @@ public:
     void poke(const std::string& space, uint64_t address, uint32_t value) {
         GtaSession* s = nullptr;
         ASSERT_EQ(gta_open(("tcp://127.0.0.1:" + std::to_string(sim->port())).c_str(), &s), GTA_OK);
-        s->transport->timeout = gtatest::SAFETY_TIMEOUT_MS;
+        s->transport->timeout = rq7test::SAFETY_TIMEOUT_MS;
         std::string data;
         for (int i = 0; i < 4; ++i) data += static_cast<char>(value >> (8 * i));
         EXPECT_EQ(gta_exec_ok(s, "ctx set current :other"), GTA_OK);
         EXPECT_EQ(gta_exec_ok(s, "ctx connect"), GTA_OK);
-        const std::string command = "mem write :other " + hexText(address) + " 4 " + space + " " + gtatest::hex(data);
+        const std::string command = "mem write :other " + hexText(address) + " 4 " + space + " " + rq7test::hexEncode(data);
         EXPECT_EQ(gta_exec_ok(s, command.c_str()), GTA_OK);
         gta_close(s);
     }
 
     ScratchDir dir;
-    std::unique_ptr<gtatest::SimProcess> sim;
+    std::unique_ptr<rq7test::SimProcess> sim;
 };
 
 bool exists(const std::string& path) {

@@ -4,9 +4,9 @@
 #include "tests/rq7/capture/CaptureSupport.h"
 
 using namespace capturetest;
-using rq7e2e::readFile;
-using rq7e2e::ScratchDir;
-using rq7e2e::writeFile;
+using rq7test::readFile;
+using rq7test::ScratchDir;
+using rq7test::writeFile;
 
 namespace {
 
@@ -64,7 +64,7 @@ TEST(SnapshotCommand, WritesWhatTheDecoderReads) {
     writeBytes(dir.file("code.bin"), loopCode());
     const std::string out = dir.file("snapshot");
     writeFile(out + ".keep", "");
-    auto result = rq7e2e::runProgram(RQ7_BINARY, {"snapshot", dir.file("trace.xml"), "-o", out, "--trace",
+    auto result = rq7test::runProgram(RQ7_BINARY, {"snapshot", dir.file("trace.xml"), "-o", out, "--trace",
                            dir.file("trace.bin"), "--dump", "AXI:0x40001000:@" + dir.file("code.bin")},
                           dir.path());
     ASSERT_EQ(result.status, 0) << result.err;
@@ -91,7 +91,7 @@ TEST(SnapshotCommand, WritesWhatTheDecoderReads) {
     EXPECT_EQ(count(decoded, "OCSD_ERR"), 0u) << decoded;
 
     // A second snapshot replaces the first as a whole.
-    result = rq7e2e::runProgram(RQ7_BINARY, {"snapshot", dir.file("trace.xml"), "-o", out}, dir.path());
+    result = rq7test::runProgram(RQ7_BINARY, {"snapshot", dir.file("trace.xml"), "-o", out}, dir.path());
     ASSERT_EQ(result.status, 0) << result.err;
     EXPECT_EQ(readFile(out + "/DDR_Trace_Buffer.bin"), "");
     EXPECT_EQ(readFile(out + "/mem_0.bin"), "");
@@ -121,7 +121,7 @@ TEST(SnapshotCommand, RefusesBadInput) {
         {{"capture", dir.file("logger.xml"), "-o", dir.file("s")}, 1, "names no GTA debug server"},
     };
     for (const Row& r : rows) {
-        const auto result = rq7e2e::runProgram(RQ7_BINARY, r.args, dir.path());
+        const auto result = rq7test::runProgram(RQ7_BINARY, r.args, dir.path());
         EXPECT_EQ(result.status, r.status) << result.err;
         EXPECT_NE(result.err.find(r.message), std::string::npos) << result.err;
         EXPECT_EQ(result.out, "");

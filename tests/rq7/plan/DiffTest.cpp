@@ -5,9 +5,9 @@
 #include <functional>
 
 using namespace rq7plantest;
-using rq7e2e::readFile;
-using rq7e2e::ScratchDir;
-using rq7e2e::writeFile;
+using rq7test::readFile;
+using rq7test::ScratchDir;
+using rq7test::writeFile;
 
 namespace {
 

@@ -1,6 +1,6 @@
 #pragma once
 // Shared by the rq7 plan tests: running rq7 and the example files.
-#include "tests/e2e_run/ToolRun.h"
+#include "tests/support/ToolRun.h"
 
 #include <gtest/gtest.h>
 
@@ -13,8 +13,8 @@ const std::string LOGGER_EXAMPLE = std::string(RQ7_EXAMPLES_DIR) + "/ka7710x_log
 const std::string GTA_EXAMPLE = std::string(RQ7_EXAMPLES_DIR) + "/ka7710x_gta.xml";
 const std::string IMAGE = std::string(RQ7_SIM_DIR) + "/ka7710x.image";
 
-inline rq7e2e::ToolResult rq7(const std::vector<std::string>& args, const std::string& dir) {
-    return rq7e2e::runProgram(RQ7_BINARY, args, dir);
+inline rq7test::ToolResult rq7(const std::vector<std::string>& args, const std::string& dir) {
+    return rq7test::runProgram(RQ7_BINARY, args, dir);
 }
 
 // `text` with its first `from` replaced by `to` (the test fails if absent).
@@ -27,7 +27,7 @@ inline std::string replaced(std::string text, const std::string& from, const std
 
 // The GTA example with a Logger target access block.
 inline std::string gtaExampleAsLogger() {
-    std::string text = rq7e2e::readFile(GTA_EXAMPLE);
+    std::string text = rq7test::readFile(GTA_EXAMPLE);
     text = replaced(text, "<DefaultValue>GTA</DefaultValue>", "<DefaultValue>Logger</DefaultValue>");
     return replaced(text, "<DefaultValue>6170</DefaultValue>", "<DefaultValue>5000</DefaultValue>");
 }

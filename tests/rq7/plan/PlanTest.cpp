@@ -1,6 +1,6 @@
 // rq7 plan against the real thing: the write_mem/read_mem lines of Logger runs
 // of rq7.config, and the command log of gta-sim for a GTA run with an image.
-#include "tests/gta/SimProcess.h"
+#include "tests/support/SimProcess.h"
 #include "tests/rq7/plan/PlanSupport.h"
 #include "tools/socgen/SocGen.h"
 
@@ -13,9 +13,9 @@
 #include <sstream>
 
 using namespace rq7plantest;
-using rq7e2e::readFile;
-using rq7e2e::ScratchDir;
-using rq7e2e::writeFile;
+using rq7test::readFile;
+using rq7test::ScratchDir;
+using rq7test::writeFile;
 
 namespace {
 
@@ -135,7 +135,7 @@ TEST_P(PlanMatchesLoggerRun, WritesAndReadsLineForLine) {
     planArgs.push_back(dir.file("plan.xml"));
     const auto plan = rq7(planArgs, dir.path());
     flags.insert(flags.end(), {"-c", dir.file("run.xml")});
-    const auto run = rq7e2e::runTool(flags, dir.path());
+    const auto run = rq7test::runTool(flags, dir.path());
 
     ASSERT_EQ(run.status, 0) << run.out;
     EXPECT_EQ(plan.status, run.status) << plan.err;
@@ -161,7 +161,7 @@ class PlanWithImageMatchesSim : public testing::TestWithParam<bool> {};
 TEST_P(PlanWithImageMatchesSim, CommandsInOrder) {
     const bool disable = GetParam();
     ScratchDir dir;
-    gtatest::SimProcess sim(GTA_SIM_PROGRAM, {"--image", IMAGE, "--log", dir.file("sim.log")});
+    rq7test::SimProcess sim(GTA_SIM_PROGRAM, {"--image", IMAGE, "--log", dir.file("sim.log")});
     ASSERT_NE(sim.port(), 0u) << sim.firstLine;
     const std::string text = readFile(GTA_EXAMPLE);
     writeFile(dir.file("run.xml"), replaced(text, "<DefaultValue>6170</DefaultValue>",
@@ -171,7 +171,7 @@ TEST_P(PlanWithImageMatchesSim, CommandsInOrder) {
     std::vector<std::string> runArgs = {"-c", dir.file("run.xml")};
     std::vector<std::string> planArgs = {"plan", dir.file("plan.xml"), "--image", IMAGE, "--format", "json"};
     if (disable) runArgs.insert(runArgs.begin(), "-d"), planArgs.push_back("-d");
-    const auto run = rq7e2e::runTool(runArgs, dir.path());
+    const auto run = rq7test::runTool(runArgs, dir.path());
     sim.stop();
     const auto plan = rq7(planArgs, dir.path());
 

@@ -1,4 +1,4 @@
-#include "ToolRun.h"
+#include "tests/support/ToolRun.h"
 
 #include <fcntl.h>
 #include <signal.h>
@@ -13,35 +13,8 @@
 #include <stdexcept>
 #include <thread>
 
-#include <boost/filesystem.hpp>
 
-namespace rq7e2e {
-
-ScratchDir::ScratchDir() {
-    std::string pattern = (boost::filesystem::temp_directory_path() / "rq7-run-XXXXXX").string();
-    if (!mkdtemp(&pattern[0])) throw std::runtime_error("mkdtemp failed");
-    dir = pattern;
-}
-
-ScratchDir::~ScratchDir() {
-    boost::system::error_code ignored;
-    boost::filesystem::remove_all(dir, ignored);
-}
-
-std::string readFile(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
-
-void writeFile(const std::string& path, const std::string& text) {
-    std::ofstream out(path, std::ios::binary | std::ios::trunc);
-    out << text;
-    if (!out) throw std::runtime_error("cannot write " + path);
-}
-
-void copyFile(const std::string& from, const std::string& to) { writeFile(to, readFile(from)); }
+namespace rq7test {
 
 ToolResult runTool(const std::vector<std::string>& args, const std::string& workDir,
                    int limitSeconds) {
@@ -100,4 +73,4 @@ std::string maskLogTimes(const std::string& text) {
     return std::regex_replace(text, clock, "$1- HH:MM:SS.mmm [");
 }
 
-}  // namespace rq7e2e
+}  // namespace rq7test

@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-namespace gtatest {
+namespace rq7test {
 
 class SimProcess {
 public:
@@ -68,4 +68,4 @@ private:
     int exitStatus = -1;
 };
 
-}  // namespace gtatest
+}  // namespace rq7test

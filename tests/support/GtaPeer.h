@@ -3,6 +3,7 @@
 // library, and a loopback peer whose bytes are queued before the client
 // runs (the kernel buffers them), so each exchange is one table row.
 #include "gta/gta.h"
+#include "tests/support/Loopback.h"
 
 #include <gtest/gtest.h>
 
@@ -17,12 +18,11 @@
 #include <string>
 #include <thread>
 
-namespace gtatest {
+namespace rq7test {
 
-// Turns a hang into a failure; never reached by a working exchange.
-const uint32_t SAFETY_TIMEOUT_MS = 5000;
-
-inline std::string hex(const std::string& bytes) {
+// Bytes as two lower-case hex digits each, as the debug server's replies
+// carry them.
+inline std::string hexEncode(const std::string& bytes) {
     static const char d[] = "0123456789abcdef";
     std::string out;
     for (unsigned char c : bytes) {
@@ -41,29 +41,10 @@ inline std::string packet(const std::string& payload) {
     return "$" + payload + "#" + cs;
 }
 
-inline std::string command(const std::string& text) { return packet("qRcmd," + hex(text)); }
+inline std::string command(const std::string& text) { return packet("qRcmd," + hexEncode(text)); }
 
 inline std::string replyText(const GtaPacket* p) {
     return std::string(reinterpret_cast<const char*>(p->buffer.data), p->buffer.size);
-}
-
-inline sockaddr_in loopback(unsigned port) {
-    sockaddr_in a{};
-    a.sin_family = AF_INET;
-    a.sin_port = htons(static_cast<uint16_t>(port));
-    a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    return a;
-}
-
-// A plain client socket connected to the loopback port, or -1.
-inline int connectTo(unsigned port) {
-    int s = ::socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in a = loopback(port);
-    if (::connect(s, reinterpret_cast<sockaddr*>(&a), sizeof a) != 0) {
-        ::close(s);
-        return -1;
-    }
-    return s;
 }
 
 // A listening socket on a free loopback port and the accepted peer of the
@@ -71,12 +52,8 @@ inline int connectTo(unsigned port) {
 class Peer {
 public:
     Peer() {
-        listener = ::socket(AF_INET, SOCK_STREAM, 0);
-        sockaddr_in a = loopback(0);
-        ::bind(listener, reinterpret_cast<sockaddr*>(&a), sizeof a);
-        ::listen(listener, 4);
-        socklen_t len = sizeof a;
-        ::getsockname(listener, reinterpret_cast<sockaddr*>(&a), &len);
+        sockaddr_in a;
+        listener = listenOnFreePort(a, 4);
         port = ntohs(a.sin_port);
     }
     ~Peer() {
@@ -124,8 +101,8 @@ struct TcpSession {
 
 // A peer that answers a fixed script in its own thread and holds the
 // connection until the client drops it; an empty script closes at once.
-struct ScriptedServer {
-    explicit ScriptedServer(std::string script) {
+struct ScriptedPeer {
+    explicit ScriptedPeer(std::string script) {
         thread = std::thread([this, script] {
             peer.accept();
             if (script.empty()) {
@@ -138,7 +115,7 @@ struct ScriptedServer {
             }
         });
     }
-    ~ScriptedServer() {
+    ~ScriptedPeer() {
         if (peer.fd >= 0) ::shutdown(peer.fd, SHUT_RDWR);
         thread.join();
     }
@@ -146,4 +123,4 @@ struct ScriptedServer {
     std::thread thread;
 };
 
-}  // namespace gtatest
+}  // namespace rq7test

@@ -5,6 +5,7 @@
 #include "common/src/MutableConfigBlockXml.h"
 #include "common/src/ka.common.xml.io.h"
 #include "tests/support/ConfigTestSupport.h"
+#include "tests/support/Files.h"
 
 #include <gtest/gtest.h>
 
@@ -25,26 +26,9 @@ std::string doc(const std::string& blocks) {
     return kProlog + "<QUORL><Configuration><Name>B</Name><Version>1</Version>" + blocks + "</Configuration></QUORL>";
 }
 
-class TempDir {
-public:
-    TempDir() {
-        char pattern[] = "/tmp/rq7-config-XXXXXX";
-        path = ::mkdtemp(pattern);
-    }
-    ~TempDir() { std::system(("rm -rf '" + path + "'").c_str()); }
-    std::string file(const std::string& name) const { return path + "/" + name; }
-    std::string path;
-};
-
-void writeFile(const std::string& path, const std::string& text) { std::ofstream(path, std::ios::binary) << text; }
-
-std::string readFile(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::stringstream ss;
-    ss << in.rdbuf();
-    return ss.str();
-}
-
+using rq7test::readFile;
+using rq7test::ScratchDir;
+using rq7test::writeFile;
 using rq7test::logged;
 using rq7test::typedAttribute;
 
@@ -64,7 +48,7 @@ TEST(Loader, ExtensionRule) {
                 {"a.Xml", false},        {"dir.xml/config", false}, {"/some/dir/b.xml", true}};
     for (const Row& r : rows) EXPECT_EQ(r.accepted, hasConfigurationExtension(r.path)) << r.path;
 
-    TempDir dir;
+    ScratchDir dir;
     const std::string path = dir.file("config.txt");
     writeFile(path, doc(""));
     ConfigurationPtr cfg;
@@ -73,7 +57,7 @@ TEST(Loader, ExtensionRule) {
 }
 
 TEST(Loader, RefusedFileGivesTheErrorLineAndNoTree) {
-    TempDir dir;
+    ScratchDir dir;
     struct Row {
         std::string text;  // empty: no file at all
         int code;
@@ -219,7 +203,7 @@ TEST(Loader, DeepestNestingBuildsAndSaves) {
     ConfigurationPtr cfg = loadText(doc(open + close));
     ASSERT_TRUE(cfg);
     EXPECT_TRUE(cfg->getConfigBlock(path));
-    TempDir dir;
+    ScratchDir dir;
     ASSERT_TRUE(cfg->save(dir.file("deep.xml")));
     EXPECT_TRUE(loadConfiguration(dir.file("deep.xml")));
 }
@@ -240,7 +224,7 @@ std::string savedHead() {
 
 TEST_P(SavedText, IsTheNormalForm) {
     const RoundTrip& c = GetParam();
-    TempDir dir;
+    ScratchDir dir;
     const std::string path = dir.file("round.xml");
     writeFile(path, doc(c.input));
     ConfigurationPtr cfg = loadConfiguration(path);
@@ -330,7 +314,7 @@ INSTANTIATE_TEST_SUITE_P(
 // ---- Saving never loses the user's file -------------------------------------------------
 
 TEST(Save, KeepsPermissionsAndFollowsLinks) {
-    TempDir dir;
+    ScratchDir dir;
     const std::string path = dir.file("p.xml");
     writeFile(path, doc("<ConfigBlock><Name>a</Name></ConfigBlock>"));
     ASSERT_EQ(0, ::chmod(path.c_str(), 0640));
@@ -349,7 +333,7 @@ TEST(Save, KeepsPermissionsAndFollowsLinks) {
 }
 
 TEST(Save, FailureLeavesTheOriginal) {
-    TempDir dir;
+    ScratchDir dir;
     const std::string path = dir.file("keep.xml");
     const std::string original = doc("<ConfigBlock><Name>a</Name></ConfigBlock>");
     writeFile(path, original);
@@ -373,11 +357,11 @@ TEST(Save, FailureLeavesTheOriginal) {
     EXPECT_EQ(original, readFile(path));
 
     // No temporary file is left behind.
-    EXPECT_EQ(0, std::system(("test $(ls -A '" + dir.path + "' | wc -l) -eq 2").c_str()));
+    EXPECT_EQ(0, std::system(("test $(ls -A '" + dir.path() + "' | wc -l) -eq 2").c_str()));
 }
 
 TEST(Save, WritesANewFileWithDefaultPermissions) {
-    TempDir dir;
+    ScratchDir dir;
     ConfigurationPtr cfg = loadText(doc(""));
     ASSERT_TRUE(cfg);
     const std::string path = dir.file("new.xml");

@@ -1,7 +1,9 @@
 #pragma once
-// Loopback helpers for tests of the agent server and client: a raw client
-// that writes exact bytes, and a one-shot server that runs a script.
+// Agent protocol bytes for tests of the agent server and client: messages
+// written as hex text, a raw client that writes exact bytes, and a one-shot
+// server that runs a script.
 #include "target.agent/user/communication.h"
+#include "tests/support/Loopback.h"
 
 #include <gtest/gtest.h>
 
@@ -21,10 +23,6 @@ namespace rq7test {
 
 using Bytes = std::vector<uint8_t>;
 
-// Long enough never to fire on a working peer; it only turns a hang into a
-// failure.
-const int SAFETY_TIMEOUT_MS = 10000;
-
 // "00 0a ff" -> bytes; blanks are ignored.
 inline Bytes hex(const std::string& text) {
     Bytes out;
@@ -39,25 +37,6 @@ inline Bytes hex(const std::string& text) {
 inline Bytes operator+(Bytes a, const Bytes& b) {
     a.insert(a.end(), b.begin(), b.end());
     return a;
-}
-
-inline sockaddr_in loopback(unsigned short port) {
-    sockaddr_in a{};
-    a.sin_family = AF_INET;
-    a.sin_port = htons(port);
-    a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    return a;
-}
-
-// A port that nothing listens on (just released by the system).
-inline unsigned short unusedPort() {
-    int s = ::socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in a = loopback(0);
-    ::bind(s, reinterpret_cast<sockaddr*>(&a), sizeof a);
-    socklen_t len = sizeof a;
-    ::getsockname(s, reinterpret_cast<sockaddr*>(&a), &len);
-    ::close(s);
-    return ntohs(a.sin_port);
 }
 
 class RawClient {
@@ -80,9 +59,9 @@ public:
         return out;
     }
     // True when the peer has closed (end of stream or reset) with nothing unread.
-    bool closedByPeer() {
+    bool closedByPeer(int waitMs = SAFETY_TIMEOUT_MS) {
         uint8_t b;
-        return wait() && ::recv(fd, &b, 1, 0) <= 0;
+        return wait(waitMs) && ::recv(fd, &b, 1, 0) <= 0;
     }
     void shutdownWrite() { ::shutdown(fd, SHUT_WR); }
     void close() {
@@ -93,9 +72,9 @@ public:
     bool connected;
 
 private:
-    bool wait() {
+    bool wait(int waitMs = SAFETY_TIMEOUT_MS) {
         pollfd p{fd, POLLIN, 0};
-        return ::poll(&p, 1, SAFETY_TIMEOUT_MS) == 1;
+        return ::poll(&p, 1, waitMs) == 1;
     }
 };
 

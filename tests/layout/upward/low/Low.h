@@ -1,0 +1,3 @@
+#pragma once
+// A lower library reaching up: the check must refuse this.
+#include "high/High.h"
