@@ -86,19 +86,19 @@ TEST_F(GtaSim, AnswersTheCommandVocabulary) {
         {"mem write :c:d:x 0x2000 4 AXI beef", "E06"},  // not a whole element
         {"mem read :c:d:x 0x2000 3 AXI 1", "E04"},
         {"mem read :c:d:x 0x2000 4 NOPE 1", "E05"},
-        {"mem read :c:d:x 0x10ffe 2 DDR 2", hex(hex("\x11\x22\x33\x44"))},  // file bytes across pages
-        {"mem read :c:d:x 0x11002 1 DDR 1", hex(hex(std::string(1, '\0')))},   // past the file's end
+        {"mem read :c:d:x 0x10ffe 2 DDR 2", hexEncode(hexEncode("\x11\x22\x33\x44"))},  // file bytes across pages
+        {"mem read :c:d:x 0x11002 1 DDR 1", hexEncode(hexEncode(std::string(1, '\0')))},   // past the file's end
         // Clear-on-write: only the masked bits of that register drop back.
         {"mem write :c:d:x 0x3004 4 AXI c3000000", "OK"},
-        {"mem read :c:d:x 0x3004 4 AXI 1", hex(hex(std::string("\x82\0\0\0", 4)))},
+        {"mem read :c:d:x 0x3004 4 AXI 1", hexEncode(hexEncode(std::string("\x82\0\0\0", 4)))},
         {"mem write :c:d:x 0x3000 4 AXI 010000000f000000", "OK"},  // a wider write covering it
-        {"mem read :c:d:x 0x3000 4 AXI 2", hex("010000000e000000")},
+        {"mem read :c:d:x 0x3000 4 AXI 2", hexEncode("010000000e000000")},
         {"mem write :c:d:x 0x3008 4 APB 01000000", "OK"},  // same address, other space: kept
-        {"mem read :c:d:x 0x3008 4 APB 1", hex("01000000")},
+        {"mem read :c:d:x 0x3008 4 APB 1", hexEncode("01000000")},
         // Read FIFO: word after word of the file; a wider read sees memory.
-        {"mem read :c:d:x 0x4000 4 AXI 1", hex(hex(std::string(4, '\0')))},
-        {"mem read :c:d:x 0x4000 4 AXI 2", hex(hex(std::string(8, '\0')))},
-        {"mem read :c:d:x 0x4000 4 AXI 1", hex(hex(std::string(4, '\0')))},
+        {"mem read :c:d:x 0x4000 4 AXI 1", hexEncode(hexEncode(std::string(4, '\0')))},
+        {"mem read :c:d:x 0x4000 4 AXI 2", hexEncode(hexEncode(std::string(8, '\0')))},
+        {"mem read :c:d:x 0x4000 4 AXI 1", hexEncode(hexEncode(std::string(4, '\0')))},
         {"mem erase", "E03"},
     };
     for (const auto& r : rows) {
@@ -111,9 +111,9 @@ TEST_F(GtaSim, AnswersTheCommandVocabulary) {
         ASSERT_EQ(gta_exec(s, "mem read :c:d:x 0x4000 4 AXI 1", &reply), GTA_OK);
     }
     const std::vector<Row> tail = {
-        {"mem read :c:d:x 0x4000 4 AXI 1", hex(hex(std::string("\0\0\x11\x22", 4)))},
-        {"mem read :c:d:x 0x4000 4 AXI 1", hex(hex("\x33\x44\xff\xff"))},  // the file ends inside a word
-        {"mem read :c:d:x 0x4000 4 AXI 1", hex(hex("\xff\xff\xff\xff"))},
+        {"mem read :c:d:x 0x4000 4 AXI 1", hexEncode(hexEncode(std::string("\0\0\x11\x22", 4)))},
+        {"mem read :c:d:x 0x4000 4 AXI 1", hexEncode(hexEncode("\x33\x44\xff\xff"))},  // the file ends inside a word
+        {"mem read :c:d:x 0x4000 4 AXI 1", hexEncode(hexEncode("\xff\xff\xff\xff"))},
     };
     for (const auto& r : tail) {
         GtaPacket* reply = nullptr;

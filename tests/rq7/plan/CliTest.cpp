@@ -40,7 +40,9 @@ TEST_P(Cli, StatusAndMessage) {
     EXPECT_EQ(result.status, c.status) << result.out << result.err;
     EXPECT_NE(result.out.find(c.out), std::string::npos) << result.out;
     EXPECT_NE(result.err.find(c.err), std::string::npos) << result.err;
-    if (c.status == 2) EXPECT_EQ(result.out, "");
+    if (c.status == 2) {
+        EXPECT_EQ(result.out, "");
+    }
     EXPECT_EQ(readFile(dir.file("text.xml")), notXml);
     EXPECT_EQ(readFile(dir.file("root.xml")), wrongRoot);
     EXPECT_EQ(readFile(dir.file("good.txt")), readFile(LOGGER_EXAMPLE));

@@ -50,7 +50,9 @@ TEST_P(DiffPairs, StatusAndKeyLines) {
     if (c.disable) args.push_back("-d");
     const auto result = rq7(args, dir.path());
     EXPECT_EQ(result.status, c.status) << result.out << result.err;
-    if (c.status == 0) EXPECT_EQ(result.out, "");
+    if (c.status == 0) {
+        EXPECT_EQ(result.out, "");
+    }
     for (const std::string& line : c.lines) EXPECT_NE(result.out.find(line), std::string::npos) << line << "\n" << result.out;
     EXPECT_EQ(readFile(dir.file("a.xml")), a);
     EXPECT_EQ(readFile(dir.file("b.xml")), b);
