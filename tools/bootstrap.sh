@@ -8,7 +8,8 @@ pkgs=(g++ cmake ninja-build pkg-config
       libxml2-dev googletest libgtest-dev libgmock-dev libbenchmark-dev
       dpkg-dev lintian mandoc groff bash-completion
       nlohmann-json3-dev graphviz
-      libopencsd-bin)  # trc_pkt_lister: the capture tests decode with it
+      libopencsd-bin  # trc_pkt_lister: the capture tests decode with it
+      hyperfine jq valgrind)  # bench/run_all.sh
 missing=()
 for p in "${pkgs[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q 'install ok installed' || missing+=("$p")
