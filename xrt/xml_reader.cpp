@@ -102,11 +102,15 @@ void c_xml_reader::set_ns_map(const s_ns_map* map) {
     for (; map && map->uri; ++map) m_namespaces.add(map->uri, map->id);
 }
 
+void c_xml_reader::adopt_input_error() {
+    m_last_code = m_error.get_last_error();
+    m_error_line = m_error.get_last_line();
+}
+
 int c_xml_reader::fail(exrt_error code, exrt_error_type type, const std::string& message) {
     // An error already recorded by the input chain (it is why the input ended) comes first.
     if (m_error.is_fatal_errored()) {
-        m_last_code = m_error.get_last_error();
-        m_error_line = m_error.get_last_line();
+        adopt_input_error();
     } else {
         m_in.report(type, code, message);
         m_last_code = code;
@@ -221,8 +225,7 @@ int c_xml_reader::after_bang() {
         m_doctype_read = m_seen_markup = true;
         if (!m_in.read_doctype()) {
             // The subset recorded why; severities below fatal still stop the reader.
-            m_last_code = m_error.get_last_error();
-            m_error_line = m_error.get_last_line();
+            adopt_input_error();
             m_failed = true;
             return xe_error;
         }

@@ -192,10 +192,11 @@ public:
     // Line and source byte offset of the '<' that began the current markup.
     int get_markup_line() const { return m_markup_line; }
     std::size_t get_markup_offset() const { return m_markup_offset; }
+    // The code of the last failure, whichever layer found it: the input
+    // chain's errors are copied here when they stop the reader.
     exrt_error get_error() const { return m_last_code; }
     const std::string& get_error_item_name() const { return m_item_name; }
     int get_error_line() const { return m_error_line; }
-    c_error& get_error_object() { return m_error; }
 
     // Stores code and item, asks the hook and returns (and stores) its answer.
     exrt_error handle_error(exrt_error code, const char* item, const char* file, int line);
@@ -204,6 +205,8 @@ private:
     struct s_attribute {
         std::size_t name, name_length, value, value_length;  // offsets into m_attr_text
     };
+    // Takes code and line of the error the input chain recorded.
+    void adopt_input_error();
     int fail(exrt_error code, exrt_error_type type, const std::string& message);
     int end_of_input();
     int read_start_tag();

@@ -67,22 +67,9 @@ void c_xml_writer::write_namespaces() {
 }
 
 void c_xml_writer::write_escaped(const char* text, std::size_t length) {
-    const char* run = text;
-    const char* end = text + length;
-    for (const char* p = text; p < end; ++p) {
-        const char* escape;
-        switch (*p) {
-            case '"': escape = "&quot;"; break;
-            case '\'': escape = "&apos;"; break;
-            case '&': escape = "&amp;"; break;
-            case '<': escape = "&lt;"; break;
-            default: continue;
-        }
-        m_os.write(run, p - run);
-        m_os << escape;
-        run = p + 1;
-    }
-    m_os.write(run, end - run);
+    escape_runs(text, length, [this](const char* data, std::size_t size) {
+        m_os.write(data, static_cast<std::streamsize>(size));
+    });
 }
 
 }  // namespace xrt

@@ -12,6 +12,35 @@
 
 namespace xrt {
 
+// The escaping of text content and attribute values: '"', '\'', '&' and '<'
+// become entities ('>' stays). Calls out(data, length) for each run of
+// ordinary bytes and for each entity, so callers copy whole runs.
+template <class Out>
+void escape_runs(const char* text, std::size_t length, Out&& out) {
+    const char* run = text;
+    const char* end = text + length;
+    for (const char* p = text; p != end; ++p) {
+        const char* entity;
+        std::size_t size;
+        switch (*p) {
+            case '"': entity = "&quot;", size = 6; break;
+            case '\'': entity = "&apos;", size = 6; break;
+            case '&': entity = "&amp;", size = 5; break;
+            case '<': entity = "&lt;", size = 4; break;
+            default: continue;
+        }
+        if (p != run) out(run, static_cast<std::size_t>(p - run));
+        out(entity, size);
+        run = p + 1;
+    }
+    if (end != run) out(run, static_cast<std::size_t>(end - run));
+}
+
+// Appends text to out, escaped.
+inline void append_escaped(std::string& out, const char* text, std::size_t length) {
+    escape_runs(text, length, [&out](const char* data, std::size_t size) { out.append(data, size); });
+}
+
 // A formatting object over a stream: the prolog, the indent depth, and the namespace and
 // schema-location attributes of the first element. Tags and values are written by the
 // caller through operator() and the stream.
@@ -55,7 +84,7 @@ public:
     }
     void reenable_ns_map_output() { m_ns_map_written = false; }
 
-    // Writes text with '"', '\'', '&' and '<' escaped, whole runs at a time.
+    // Writes text with '"', '\'', '&' and '<' escaped (see escape_runs).
     void write_escaped(const char* text, std::size_t length);
     void write_escaped(const std::string& text) { write_escaped(text.data(), text.size()); }
 

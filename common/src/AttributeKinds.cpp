@@ -1,47 +1,38 @@
 #include "common/src/AttributeKinds.h"
 
 #include "common/src/EnumList.h"
-
-#include <cinttypes>
-#include <cmath>
-#include <cstdio>
-#include <locale>
-#include <sstream>
+#include "common/src/ka.common.xml.io.h"
 
 namespace quorl {
 
-std::string formatDecimal(int64_t value) {
-    char buf[32];
-    std::snprintf(buf, sizeof buf, "%" PRId64, value);
-    return buf;
+namespace {
+
+// A value in its text form, through the same codec the file writer uses.
+template <AttributeKind K>
+std::string textOf(const typename AttributeKindTraits<K>::value_type& value) {
+    typedef AttributeKindTraits<K> Traits;
+    typedef typename Traits::Codec Codec;
+    if constexpr (Traits::textForm == TextForm::Verbatim) {
+        return value;
+    } else if constexpr (Traits::textForm == TextForm::List) {
+        return joinEnumList(value);
+    } else if constexpr (Traits::textForm == TextForm::Hex) {
+        return Codec::toText(value);
+    } else {
+        std::string text;
+        Codec::append(text, value);
+        return text;
+    }
 }
 
-std::string formatDecimal(uint64_t value) {
-    char buf[32];
-    std::snprintf(buf, sizeof buf, "%" PRIu64, value);
-    return buf;
-}
+}  // namespace
 
-std::string formatHex(uint64_t value) {
-    char buf[32];
-    std::snprintf(buf, sizeof buf, "0x%" PRIx64, value);
-    return buf;
-}
-
-std::string formatReal(double value, int precision) {
-    if (std::isnan(value)) return "NaN";
-    if (std::isinf(value)) return value < 0 ? "-INF" : "INF";
-    if (value == 0) return std::signbit(value) ? "-0.0" : "0.0";
-    std::ostringstream os;
-    os.imbue(std::locale::classic());
-    os.precision(precision);
-    os << value;
-    return os.str();
-}
-
-std::string formatFlag(bool value) { return value ? "true" : "false"; }
-
-std::string formatList(const std::vector<std::string>& values) { return joinEnumList(values); }
+#define RQ7_DEFINE_TO_TEXT(Kind, ...)                                                                 \
+    std::string AttributeKindTraits<AttributeKind::Kind>::toText(const value_type& value) {           \
+        return textOf<AttributeKind::Kind>(value);                                                    \
+    }
+RQ7_ATTRIBUTE_KINDS(RQ7_DEFINE_TO_TEXT)
+#undef RQ7_DEFINE_TO_TEXT
 
 const char* attributeElementName(AttributeKind kind) {
     const char* name = "";
@@ -55,20 +46,19 @@ namespace {
 // Records which of the thirteen interfaces an attribute presents.
 class KindProbe : public ConstConfigAttributeVisitor {
 public:
-#define RQ7_PROBE_VISIT(Kind) \
+#define RQ7_PROBE_VISIT(Kind, ...) \
     void visit(const Kind##Attribute&) override { kind = AttributeKind::Kind; }
-    RQ7_FOR_EACH_ATTRIBUTE_KIND(RQ7_PROBE_VISIT)
+    RQ7_ATTRIBUTE_KINDS(RQ7_PROBE_VISIT)
 #undef RQ7_PROBE_VISIT
     AttributeKind kind = AttributeKind::String;
 };
 
 }  // namespace
 
-bool attributeKindOf(const ConfigAttribute& attribute, AttributeKind& kind) {
+AttributeKind attributeKindOf(const ConfigAttribute& attribute) {
     KindProbe probe;
     attribute.accept(probe);
-    kind = probe.kind;
-    return true;
+    return probe.kind;
 }
 
 }  // namespace quorl

@@ -1,13 +1,14 @@
 #pragma once
-// The table of the thirteen attribute kinds: one row per kind with its
-// interface, value type, shape, file element names, the sentinels that mean
-// "no bound given", and its text form. Every family over the kinds (the
-// AttributeXml template, the editable twins, the file binding) is written
-// once against this table.
+// The traits of the thirteen attribute kinds, generated from the rows of
+// AttributeKindTable.h: interface, value type, shape, file element names,
+// codec, range element, the sentinels that mean "no bound given", and the
+// text form. Every family over the kinds (the AttributeXml template, the
+// editable twins, the file binding) is written once against these traits.
 //
-// Extending: a new property of every kind goes into the rows below (or into
-// the shape rows in `kinds_detail`); code that needs all kinds iterates with
-// forEachAttributeKind or RQ7_FOR_EACH_ATTRIBUTE_KIND instead of a switch.
+// Extending: a new property of every kind is a new column of the table (or a
+// member of the shape rows in `kinds_detail`); code that needs all kinds
+// iterates with forEachAttributeKind or RQ7_ATTRIBUTE_KINDS, never a switch.
+#include "common/src/AttributeKindTable.h"
 #include "common/src/ConfigAttribute.h"
 
 #include <cstdint>
@@ -19,24 +20,13 @@
 
 namespace quorl {
 
-// File order of the vocabulary; the number is the choice index of the kind
-// inside a ConfigBlock element (13 is a nested ConfigBlock, 14 "not set").
-enum class AttributeKind {
-    String = 0,
-    Path,
-    File,
-    Int32,
-    UInt32,
-    Int64,
-    UInt64,
-    Addr32,
-    Addr64,
-    Float,
-    Double,
-    Bool,
-    Enum,
-};
-constexpr int kAttributeKindCount = 13;
+// The kinds in file order.
+#define RQ7_KIND_ENUMERATOR(Kind, ...) Kind,
+enum class AttributeKind { RQ7_ATTRIBUTE_KINDS(RQ7_KIND_ENUMERATOR) };
+#undef RQ7_KIND_ENUMERATOR
+#define RQ7_KIND_COUNT(...) +1
+constexpr int kAttributeKindCount = 0 RQ7_ATTRIBUTE_KINDS(RQ7_KIND_COUNT);
+#undef RQ7_KIND_COUNT
 
 // Which fields and operations a kind has.
 enum class AttributeShape {
@@ -47,7 +37,7 @@ enum class AttributeShape {
     Enum,     // allowMultiple, values, enumValues
 };
 
-// How a value is written as text.
+// How a value is written as text: as the file holds it, before escaping.
 enum class TextForm {
     Verbatim,  // strings as they are
     Decimal,   // integers
@@ -57,77 +47,65 @@ enum class TextForm {
     List,      // enum values joined with ","
 };
 
-// Kind names in file order: X(Kind) with Kind one of String ... Enum; the
-// interface is Kind##Attribute, the implementation Kind##AttributeXml.
-#define RQ7_FOR_EACH_ATTRIBUTE_KIND(X) \
-    X(String)                          \
-    X(Path)                            \
-    X(File)                            \
-    X(Int32)                           \
-    X(UInt32)                          \
-    X(Int64)                           \
-    X(UInt64)                          \
-    X(Addr32)                          \
-    X(Addr64)                          \
-    X(Float)                           \
-    X(Double)                          \
-    X(Bool)                            \
-    X(Enum)
+constexpr AttributeShape shapeOf(TextForm form) {
+    return form == TextForm::Verbatim ? AttributeShape::Text
+           : form == TextForm::Decimal || form == TextForm::Hex ? AttributeShape::Integer
+           : form == TextForm::Real ? AttributeShape::Real
+           : form == TextForm::Flag ? AttributeShape::Flag
+                                    : AttributeShape::Enum;
+}
 
-// The file binding's element classes (c_UInt32Attribute is
-// c_Attribute<UInt32AttributeKind>); defined with the binding.
-template <class K>
+// The file binding's classes, defined with the binding (ka.common.xml.h).
+template <AttributeKind K>
 class c_Attribute;
-#define RQ7_DECLARE_BINDING_ROW(Kind) struct Kind##AttributeKind;
-RQ7_FOR_EACH_ATTRIBUTE_KIND(RQ7_DECLARE_BINDING_ROW)
-#undef RQ7_DECLARE_BINDING_ROW
-
-// Text forms, shared by the rows.
-std::string formatDecimal(int64_t value);
-std::string formatDecimal(uint64_t value);
-std::string formatHex(uint64_t value);
-std::string formatReal(double value, int precision);
-std::string formatFlag(bool value);
-std::string formatList(const std::vector<std::string>& values);
+template <AttributeKind K>
+class c_IntRange;
+template <AttributeKind K>
+class c_RealRange;
+template <AttributeKind K>
+struct NoRange;
+struct TextCodec;
+struct FlagCodec;
+template <class T>
+struct IntCodec;
+template <int Digits>
+struct AddrCodec;
+template <class T>
+struct RealCodec;
 
 namespace kinds_detail {
 
-template <AttributeKind K, class I, class T, AttributeShape S, TextForm F>
-struct Row {
-    static constexpr AttributeKind kind = K;
-    static constexpr int index = static_cast<int>(K);
+template <AttributeShape S, class T>
+struct ShapeRow {
     static constexpr AttributeShape shape = S;
-    static constexpr TextForm textForm = F;
-    typedef I Interface;
     typedef T value_type;
 };
 
-template <AttributeKind K, class I>
-struct TextRow : Row<K, I, std::string, AttributeShape::Text, TextForm::Verbatim> {
-    static std::string toText(const std::string& v) { return v; }
-};
-
-template <AttributeKind K, class I, class T, TextForm F>
-struct IntegerRow : Row<K, I, T, AttributeShape::Integer, F> {
+// Unranged bounds of integer kinds: the type's own, except that the maximum
+// of a 64-bit unsigned kind is deliberately the largest signed 64-bit number
+// (values up to the largest unsigned one are accepted): the writer compares
+// against these numbers.
+template <class T>
+struct ShapeRow<AttributeShape::Integer, T> {
+    static constexpr AttributeShape shape = AttributeShape::Integer;
+    typedef T value_type;
     static constexpr T minSentinel() { return std::numeric_limits<T>::min(); }
-    static constexpr T maxSentinel() { return std::numeric_limits<T>::max(); }
-    static std::string toText(T v) {
-        if (F == TextForm::Hex) return formatHex(static_cast<uint64_t>(v));
-        if (std::is_signed<T>::value) return formatDecimal(static_cast<int64_t>(v));
-        return formatDecimal(static_cast<uint64_t>(v));
+    static constexpr T maxSentinel() {
+        return std::is_same<T, uint64_t>::value ? static_cast<T>(std::numeric_limits<int64_t>::max())
+                                                : std::numeric_limits<T>::max();
     }
 };
 
 // Unranged bounds of floating-point kinds: the smallest positive normal
 // number and the largest finite one, both inclusive.
-template <AttributeKind K, class I, class T, int Precision>
-struct RealRow : Row<K, I, T, AttributeShape::Real, TextForm::Real> {
-    static constexpr int precision = Precision;
+template <class T>
+struct ShapeRow<AttributeShape::Real, T> {
+    static constexpr AttributeShape shape = AttributeShape::Real;
+    typedef T value_type;
     static constexpr T minSentinel() { return std::numeric_limits<T>::min(); }
     static constexpr T maxSentinel() { return std::numeric_limits<T>::max(); }
     static constexpr bool minInclusiveSentinel() { return true; }
     static constexpr bool maxInclusiveSentinel() { return true; }
-    static std::string toText(T v) { return formatReal(v, Precision); }
 };
 
 }  // namespace kinds_detail
@@ -135,119 +113,33 @@ struct RealRow : Row<K, I, T, AttributeShape::Real, TextForm::Real> {
 template <AttributeKind K>
 struct AttributeKindTraits;
 
-// ---- The table ---------------------------------------------------------------
+// ---- The traits, one per row of the table -------------------------------------
 
-template <>
-struct AttributeKindTraits<AttributeKind::String>
-    : kinds_detail::TextRow<AttributeKind::String, StringAttribute> {
-    static constexpr const char* elementName = "StringAttribute";
-    static constexpr const char* rangeElementName = nullptr;
-    typedef c_Attribute<StringAttributeKind> Binding;
-};
-
-template <>
-struct AttributeKindTraits<AttributeKind::Path>
-    : kinds_detail::TextRow<AttributeKind::Path, PathAttribute> {
-    static constexpr const char* elementName = "PathAttribute";
-    static constexpr const char* rangeElementName = nullptr;
-    typedef c_Attribute<PathAttributeKind> Binding;
-};
-
-template <>
-struct AttributeKindTraits<AttributeKind::File>
-    : kinds_detail::TextRow<AttributeKind::File, FileAttribute> {
-    static constexpr const char* elementName = "FileAttribute";
-    static constexpr const char* rangeElementName = nullptr;
-    typedef c_Attribute<FileAttributeKind> Binding;
-};
-
-template <>
-struct AttributeKindTraits<AttributeKind::Int32>
-    : kinds_detail::IntegerRow<AttributeKind::Int32, Int32Attribute, int32_t, TextForm::Decimal> {
-    static constexpr const char* elementName = "Int32Attribute";
-    static constexpr const char* rangeElementName = "Int32Range";
-    typedef c_Attribute<Int32AttributeKind> Binding;
-};
-
-template <>
-struct AttributeKindTraits<AttributeKind::UInt32>
-    : kinds_detail::IntegerRow<AttributeKind::UInt32, UInt32Attribute, uint32_t, TextForm::Decimal> {
-    static constexpr const char* elementName = "UInt32Attribute";
-    static constexpr const char* rangeElementName = "UInt32Range";
-    typedef c_Attribute<UInt32AttributeKind> Binding;
-};
-
-template <>
-struct AttributeKindTraits<AttributeKind::Int64>
-    : kinds_detail::IntegerRow<AttributeKind::Int64, Int64Attribute, int64_t, TextForm::Decimal> {
-    static constexpr const char* elementName = "Int64Attribute";
-    static constexpr const char* rangeElementName = "Int64Range";
-    typedef c_Attribute<Int64AttributeKind> Binding;
-};
-
-template <>
-struct AttributeKindTraits<AttributeKind::UInt64>
-    : kinds_detail::IntegerRow<AttributeKind::UInt64, UInt64Attribute, uint64_t, TextForm::Decimal> {
-    static constexpr const char* elementName = "UInt64Attribute";
-    static constexpr const char* rangeElementName = "UInt64Range";
-    typedef c_Attribute<UInt64AttributeKind> Binding;
-    // Deliberately the largest signed 64-bit number, although values up to
-    // the largest unsigned one are accepted: the writer compares against it.
-    static constexpr uint64_t maxSentinel() { return 0x7fffffffffffffffull; }
-};
-
-template <>
-struct AttributeKindTraits<AttributeKind::Addr32>
-    : kinds_detail::IntegerRow<AttributeKind::Addr32, Addr32Attribute, uint32_t, TextForm::Hex> {
-    static constexpr const char* elementName = "Addr32Attribute";
-    static constexpr const char* rangeElementName = "Addr32Range";
-    typedef c_Attribute<Addr32AttributeKind> Binding;
-};
-
-template <>
-struct AttributeKindTraits<AttributeKind::Addr64>
-    : kinds_detail::IntegerRow<AttributeKind::Addr64, Addr64Attribute, uint64_t, TextForm::Hex> {
-    static constexpr const char* elementName = "Addr64Attribute";
-    static constexpr const char* rangeElementName = "Addr64Range";
-    typedef c_Attribute<Addr64AttributeKind> Binding;
-    // Same deliberate sentinel as UInt64.
-    static constexpr uint64_t maxSentinel() { return 0x7fffffffffffffffull; }
-};
-
-template <>
-struct AttributeKindTraits<AttributeKind::Float>
-    : kinds_detail::RealRow<AttributeKind::Float, FloatAttribute, float, 7> {
-    static constexpr const char* elementName = "FloatAttribute";
-    static constexpr const char* rangeElementName = "FloatRange";
-    typedef c_Attribute<FloatAttributeKind> Binding;
-};
-
-template <>
-struct AttributeKindTraits<AttributeKind::Double>
-    : kinds_detail::RealRow<AttributeKind::Double, DoubleAttribute, double, 14> {
-    static constexpr const char* elementName = "DoubleAttribute";
-    static constexpr const char* rangeElementName = "DoubleRange";
-    typedef c_Attribute<DoubleAttributeKind> Binding;
-};
-
-template <>
-struct AttributeKindTraits<AttributeKind::Bool>
-    : kinds_detail::Row<AttributeKind::Bool, BoolAttribute, bool, AttributeShape::Flag, TextForm::Flag> {
-    static constexpr const char* elementName = "BoolAttribute";
-    static constexpr const char* rangeElementName = nullptr;
-    typedef c_Attribute<BoolAttributeKind> Binding;
-    static std::string toText(bool v) { return formatFlag(v); }
-};
-
-template <>
-struct AttributeKindTraits<AttributeKind::Enum>
-    : kinds_detail::Row<AttributeKind::Enum, EnumAttribute, std::vector<std::string>, AttributeShape::Enum,
-                        TextForm::List> {
-    static constexpr const char* elementName = "EnumAttribute";
-    static constexpr const char* rangeElementName = nullptr;
-    typedef c_Attribute<EnumAttributeKind> Binding;
-    static std::string toText(const std::vector<std::string>& v) { return formatList(v); }
-};
+// rangeElementName and the bound names mean something for ranged kinds only.
+#define RQ7_KIND_TRAITS(Kind, Index, Value, CodecT, RangeT, Form)                                          \
+    template <>                                                                                           \
+    struct AttributeKindTraits<AttributeKind::Kind>                                                       \
+        : kinds_detail::ShapeRow<shapeOf(TextForm::Form), Value> {                                        \
+        static constexpr AttributeKind kind = AttributeKind::Kind;                                        \
+        static constexpr int index = Index;                                                               \
+        static constexpr TextForm textForm = TextForm::Form;                                              \
+        static constexpr const char* elementName = #Kind "Attribute";                                     \
+        static constexpr const char* rangeElementName = #Kind "Range";                                    \
+        static constexpr const char* minBoundName = "Min" #Kind "Value";                                  \
+        static constexpr const char* maxBoundName = "Max" #Kind "Value";                                  \
+        typedef Kind##Attribute Interface;                                                                \
+        typedef CodecT Codec;                                                                             \
+        typedef RangeT<AttributeKind::Kind> Range;                                                        \
+        typedef c_Attribute<AttributeKind::Kind> Binding;                                                 \
+        /* As the file holds it, before escaping. */                                                      \
+        static std::string toText(const value_type& value);                                               \
+    };                                                                                                    \
+    static_assert(static_cast<int>(AttributeKind::Kind) == Index,                                         \
+                  #Kind ": the choice index must equal the row's position in the table");                \
+    static_assert(std::is_same<Kind##Attribute::value_type, Value>::value,                                \
+                  #Kind ": the row's value type must be the interface's");
+RQ7_ATTRIBUTE_KINDS(RQ7_KIND_TRAITS)
+#undef RQ7_KIND_TRAITS
 
 // ---- Iteration over the kinds ---------------------------------------------
 
@@ -258,8 +150,8 @@ using AttributeKindTag = std::integral_constant<AttributeKind, K>;
 // usually a generic lambda: [&](auto tag) { using T = AttributeKindTraits<tag.value>; ... }.
 template <class F>
 void forEachAttributeKind(F&& f) {
-#define RQ7_CALL_WITH_KIND(Kind) f(AttributeKindTag<AttributeKind::Kind>());
-    RQ7_FOR_EACH_ATTRIBUTE_KIND(RQ7_CALL_WITH_KIND)
+#define RQ7_CALL_WITH_KIND(Kind, ...) f(AttributeKindTag<AttributeKind::Kind>());
+    RQ7_ATTRIBUTE_KINDS(RQ7_CALL_WITH_KIND)
 #undef RQ7_CALL_WITH_KIND
 }
 
@@ -280,8 +172,8 @@ bool withAttributeKind(int index, F&& f) {
 // Element name of a kind ("UInt32Attribute").
 const char* attributeElementName(AttributeKind kind);
 
-// Kind of an attribute object, found through its interface; false for an
-// object that implements none of the thirteen interfaces.
-bool attributeKindOf(const ConfigAttribute& attribute, AttributeKind& kind);
+// Kind of an attribute object, found through the interface it presents to a
+// visitor (every attribute presents exactly one of the thirteen).
+AttributeKind attributeKindOf(const ConfigAttribute& attribute);
 
 }  // namespace quorl

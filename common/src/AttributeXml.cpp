@@ -2,8 +2,8 @@
 
 namespace quorl {
 
-#define RQ7_INSTANTIATE_ATTRIBUTE_XML(Kind) template class AttributeXml<AttributeKind::Kind>;
-RQ7_FOR_EACH_ATTRIBUTE_KIND(RQ7_INSTANTIATE_ATTRIBUTE_XML)
+#define RQ7_INSTANTIATE_ATTRIBUTE_XML(Kind, ...) template class AttributeXml<AttributeKind::Kind>;
+RQ7_ATTRIBUTE_KINDS(RQ7_INSTANTIATE_ATTRIBUTE_XML)
 #undef RQ7_INSTANTIATE_ATTRIBUTE_XML
 
 bool setAttributeQualifiedName(ConfigAttribute& attribute, const std::string& qualifiedName) {

@@ -450,8 +450,8 @@ public:
     virtual void populate(Binding& element) const;
 };
 
-#define RQ7_ATTRIBUTE_XML_NAME(Kind) typedef AttributeXml<AttributeKind::Kind> Kind##AttributeXml;
-RQ7_FOR_EACH_ATTRIBUTE_KIND(RQ7_ATTRIBUTE_XML_NAME)
+#define RQ7_ATTRIBUTE_XML_NAME(Kind, ...) typedef AttributeXml<AttributeKind::Kind> Kind##AttributeXml;
+RQ7_ATTRIBUTE_KINDS(RQ7_ATTRIBUTE_XML_NAME)
 #undef RQ7_ATTRIBUTE_XML_NAME
 
 // ---- Builders -----------------------------------------------------------------
@@ -468,24 +468,30 @@ boost::shared_ptr<AttributeXml<K>> makeAttribute(const std::string& name,
     return attribute;
 }
 
-#define RQ7_DEFINE_MAKE_ATTRIBUTE(Kind)                                                                    \
+// makeUInt32Attribute(name, value, readOnly) and the like for every kind but
+// Bool and Enum, whose builders below take their extra texts.
+#define RQ7_DEFINE_MAKE_ATTRIBUTE(Kind, Index, Value, Codec, Range, Form) RQ7_MAKE_ATTRIBUTE_##Form(Kind)
+#define RQ7_MAKE_ATTRIBUTE_OF(Kind)                                                                        \
     inline boost::shared_ptr<Kind##AttributeXml> make##Kind##Attribute(                                   \
         const std::string& name, const AttributeKindTraits<AttributeKind::Kind>::value_type& value,       \
         bool readOnly = false) {                                                                           \
         return makeAttribute<AttributeKind::Kind>(name, value, readOnly);                                  \
     }
-RQ7_DEFINE_MAKE_ATTRIBUTE(String)
-RQ7_DEFINE_MAKE_ATTRIBUTE(Path)
-RQ7_DEFINE_MAKE_ATTRIBUTE(File)
-RQ7_DEFINE_MAKE_ATTRIBUTE(Int32)
-RQ7_DEFINE_MAKE_ATTRIBUTE(UInt32)
-RQ7_DEFINE_MAKE_ATTRIBUTE(Int64)
-RQ7_DEFINE_MAKE_ATTRIBUTE(UInt64)
-RQ7_DEFINE_MAKE_ATTRIBUTE(Addr32)
-RQ7_DEFINE_MAKE_ATTRIBUTE(Addr64)
-RQ7_DEFINE_MAKE_ATTRIBUTE(Float)
-RQ7_DEFINE_MAKE_ATTRIBUTE(Double)
+#define RQ7_MAKE_ATTRIBUTE_Verbatim RQ7_MAKE_ATTRIBUTE_OF
+#define RQ7_MAKE_ATTRIBUTE_Decimal RQ7_MAKE_ATTRIBUTE_OF
+#define RQ7_MAKE_ATTRIBUTE_Hex RQ7_MAKE_ATTRIBUTE_OF
+#define RQ7_MAKE_ATTRIBUTE_Real RQ7_MAKE_ATTRIBUTE_OF
+#define RQ7_MAKE_ATTRIBUTE_Flag(Kind)
+#define RQ7_MAKE_ATTRIBUTE_List(Kind)
+RQ7_ATTRIBUTE_KINDS(RQ7_DEFINE_MAKE_ATTRIBUTE)
 #undef RQ7_DEFINE_MAKE_ATTRIBUTE
+#undef RQ7_MAKE_ATTRIBUTE_OF
+#undef RQ7_MAKE_ATTRIBUTE_Verbatim
+#undef RQ7_MAKE_ATTRIBUTE_Decimal
+#undef RQ7_MAKE_ATTRIBUTE_Hex
+#undef RQ7_MAKE_ATTRIBUTE_Real
+#undef RQ7_MAKE_ATTRIBUTE_Flag
+#undef RQ7_MAKE_ATTRIBUTE_List
 
 inline boost::shared_ptr<BoolAttributeXml> makeBoolAttribute(const std::string& name, bool value,
                                                              const std::string& valueDescription = std::string(),

@@ -13,6 +13,7 @@
 // Every typed interface derives virtually from ConfigAttribute, so that an
 // editable attribute can combine a typed interface with the editing interface
 // on one shared base.
+#include "common/src/AttributeKindTable.h"
 #include "common/src/Vector.h"
 
 #include <boost/enable_shared_from_this.hpp>
@@ -126,37 +127,41 @@ public:
 
 // ---- Visitors ------------------------------------------------------------------
 
-// The concrete interfaces in visiting order, the reverse of the order of the
-// file vocabulary. X(Interface) per entry.
-#define RQ7_FOR_EACH_ATTRIBUTE_INTERFACE_VISIT_ORDER(X) \
-    X(EnumAttribute)                                    \
-    X(BoolAttribute)                                    \
-    X(DoubleAttribute)                                  \
-    X(FloatAttribute)                                   \
-    X(Addr64Attribute)                                  \
-    X(Addr32Attribute)                                  \
-    X(UInt64Attribute)                                  \
-    X(Int64Attribute)                                   \
-    X(UInt32Attribute)                                  \
-    X(Int32Attribute)                                   \
-    X(FileAttribute)                                    \
-    X(PathAttribute)                                    \
-    X(StringAttribute)
+namespace visitor_detail {
 
-class ConfigAttributeVisitor {
+template <class I>
+using Mutable = I&;
+template <class I>
+using Const = const I&;
+struct End;
+
+// One pure visit per interface of the list. Each layer derives from the layer
+// of the interfaces after it, so the innermost base holds the destructor and
+// the visit of the last interface: the visits come in reverse list order.
+template <template <class> class Ref, class I, class... Rest>
+class Visits : public Visits<Ref, Rest...> {
 public:
-    virtual ~ConfigAttributeVisitor() {}
-#define RQ7_VISIT_MUTABLE(Interface) virtual void visit(Interface& attribute) = 0;
-    RQ7_FOR_EACH_ATTRIBUTE_INTERFACE_VISIT_ORDER(RQ7_VISIT_MUTABLE)
-#undef RQ7_VISIT_MUTABLE
+    using Visits<Ref, Rest...>::visit;
+    virtual void visit(Ref<I> attribute) = 0;
 };
 
-class ConstConfigAttributeVisitor {
+template <template <class> class Ref, class I>
+class Visits<Ref, I, End> {
 public:
-    virtual ~ConstConfigAttributeVisitor() {}
-#define RQ7_VISIT_CONST(Interface) virtual void visit(const Interface& attribute) = 0;
-    RQ7_FOR_EACH_ATTRIBUTE_INTERFACE_VISIT_ORDER(RQ7_VISIT_CONST)
-#undef RQ7_VISIT_CONST
+    virtual ~Visits() {}
+    virtual void visit(Ref<I> attribute) = 0;
 };
+
+}  // namespace visitor_detail
+
+// A visit per concrete interface, in the reverse of the file vocabulary's
+// order (EnumAttribute first, StringAttribute last).
+class ConfigAttributeVisitor
+    : public visitor_detail::Visits<visitor_detail::Mutable,
+                                    RQ7_ATTRIBUTE_KINDS(RQ7_ATTRIBUTE_INTERFACE_COMMA) visitor_detail::End> {};
+
+class ConstConfigAttributeVisitor
+    : public visitor_detail::Visits<visitor_detail::Const,
+                                    RQ7_ATTRIBUTE_KINDS(RQ7_ATTRIBUTE_INTERFACE_COMMA) visitor_detail::End> {};
 
 }  // namespace quorl

@@ -59,16 +59,16 @@ public:
     virtual void populate(Binding& element) const;
 };
 
-#define RQ7_MUTABLE_ATTRIBUTE_XML_NAME(Kind) \
+#define RQ7_MUTABLE_ATTRIBUTE_XML_NAME(Kind, ...) \
     typedef MutableAttributeXml<AttributeKind::Kind> Mutable##Kind##AttributeXml;
-RQ7_FOR_EACH_ATTRIBUTE_KIND(RQ7_MUTABLE_ATTRIBUTE_XML_NAME)
+RQ7_ATTRIBUTE_KINDS(RQ7_MUTABLE_ATTRIBUTE_XML_NAME)
 #undef RQ7_MUTABLE_ATTRIBUTE_XML_NAME
 
 // Builds a plain copy of any attribute, read through its typed interface.
 class CloneConfigAttributeVisitor : public ConstConfigAttributeVisitor {
 public:
-#define RQ7_CLONE_VISIT(Interface) void visit(const Interface& attribute) override;
-    RQ7_FOR_EACH_ATTRIBUTE_INTERFACE_VISIT_ORDER(RQ7_CLONE_VISIT)
+#define RQ7_CLONE_VISIT(Kind, ...) void visit(const Kind##Attribute& attribute) override;
+    RQ7_ATTRIBUTE_KINDS(RQ7_CLONE_VISIT)
 #undef RQ7_CLONE_VISIT
     boost::shared_ptr<ConfigAttribute> getResult() const { return result; }
 

@@ -15,44 +15,41 @@ public:
     virtual void setReadOnly(bool readOnly) = 0;
 };
 
-class MutableStringAttribute : public StringAttribute, public MutableConfigAttribute {};
-class MutablePathAttribute : public PathAttribute, public MutableConfigAttribute {};
-class MutableFileAttribute : public FileAttribute, public MutableConfigAttribute {};
+namespace mutable_detail {
 
-template <class Base>
-class MutableIntegerAttributeOf : public Base, public MutableConfigAttribute {
+// The setters an editable interface adds to the typed interface I, by shape.
+template <class I, AttributeShape S>
+class MutableShape;
+
+template <class I>
+class MutableShape<I, AttributeShape::Text> : public I, public MutableConfigAttribute {};
+
+template <class I>
+class MutableShape<I, AttributeShape::Integer> : public I, public MutableConfigAttribute {
 public:
-    typedef typename Base::value_type value_type;
+    typedef typename I::value_type value_type;
     virtual void setMinValue(value_type value) = 0;
     virtual void setMaxValue(value_type value) = 0;
 };
 
-class MutableInt32Attribute : public MutableIntegerAttributeOf<Int32Attribute> {};
-class MutableUInt32Attribute : public MutableIntegerAttributeOf<UInt32Attribute> {};
-class MutableInt64Attribute : public MutableIntegerAttributeOf<Int64Attribute> {};
-class MutableUInt64Attribute : public MutableIntegerAttributeOf<UInt64Attribute> {};
-class MutableAddr32Attribute : public MutableIntegerAttributeOf<Addr32Attribute> {};
-class MutableAddr64Attribute : public MutableIntegerAttributeOf<Addr64Attribute> {};
-
-template <class Base>
-class MutableRealAttributeOf : public Base, public MutableConfigAttribute {
+template <class I>
+class MutableShape<I, AttributeShape::Real> : public I, public MutableConfigAttribute {
 public:
-    typedef typename Base::value_type value_type;
+    typedef typename I::value_type value_type;
     virtual void setMinValue(value_type value) = 0;
     virtual void setMinInclusive(bool inclusive) = 0;
     virtual void setMaxValue(value_type value) = 0;
     virtual void setMaxInclusive(bool inclusive) = 0;
 };
 
-class MutableFloatAttribute : public MutableRealAttributeOf<FloatAttribute> {};
-class MutableDoubleAttribute : public MutableRealAttributeOf<DoubleAttribute> {};
-
-class MutableBoolAttribute : public BoolAttribute, public MutableConfigAttribute {
+template <class I>
+class MutableShape<I, AttributeShape::Flag> : public I, public MutableConfigAttribute {
 public:
     virtual void setValueDescription(const std::string& description) = 0;
 };
 
-class MutableEnumAttribute : public EnumAttribute, public MutableConfigAttribute {
+template <class I>
+class MutableShape<I, AttributeShape::Enum> : public I, public MutableConfigAttribute {
 public:
     // Both forms empty the current values first.
     virtual void setEnumValues(const std::string& text) = 0;
@@ -60,15 +57,20 @@ public:
     virtual void setAllowMultiple(bool allowMultiple) = 0;
 };
 
-// The editable interface of each kind: MutableInterfaceOf<UInt32Attribute>::type.
+}  // namespace mutable_detail
+
+// The editable interface of each kind (MutableUInt32Attribute), and the way
+// from a typed interface to it: MutableInterfaceOf<UInt32Attribute>::type.
 template <class Interface>
 struct MutableInterfaceOf;
-#define RQ7_MUTABLE_INTERFACE_ROW(Kind)            \
-    template <>                                    \
-    struct MutableInterfaceOf<Kind##Attribute> {   \
-        typedef Mutable##Kind##Attribute type;     \
+#define RQ7_MUTABLE_INTERFACE(Kind, ...)                                                               \
+    class Mutable##Kind##Attribute                                                                     \
+        : public mutable_detail::MutableShape<Kind##Attribute, AttributeKindTraits<AttributeKind::Kind>::shape> {}; \
+    template <>                                                                                        \
+    struct MutableInterfaceOf<Kind##Attribute> {                                                       \
+        typedef Mutable##Kind##Attribute type;                                                         \
     };
-RQ7_FOR_EACH_ATTRIBUTE_KIND(RQ7_MUTABLE_INTERFACE_ROW)
-#undef RQ7_MUTABLE_INTERFACE_ROW
+RQ7_ATTRIBUTE_KINDS(RQ7_MUTABLE_INTERFACE)
+#undef RQ7_MUTABLE_INTERFACE
 
 }  // namespace quorl

@@ -11,18 +11,6 @@ namespace quorl {
 
 namespace {
 
-// Peeks the next tag; the reader's own error and the end of input stop here.
-exrt_error peekTag(BindReader& r, const char* context, BindReader::Kind& k) {
-    k = r.peek();
-    if (k == BindReader::FAIL) return r.readerError();
-    if (k == BindReader::EOI) return XB_FAIL(r, XB_END_OF_MESSAGE, context);
-    return XB_OK;
-}
-
-bool startsChild(const BindReader& r, BindReader::Kind k, const char* element) {
-    return k == BindReader::START && !r.prefixed() && r.name() == element;
-}
-
 // Consumes the start tag of a complex element and refuses "/>".
 exrt_error openComplex(BindReader& r, const char* element) {
     r.consume();
@@ -37,18 +25,9 @@ template <class Codec>
 exrt_error readOptional(BindReader& r, const char* context, const char* element,
                         typename Codec::type& out, bool& present) {
     BindReader::Kind k;
-    if (exrt_error e = peekTag(r, context, k)) return e;
-    if (!startsChild(r, k, element)) return XB_OK;
+    if (exrt_error e = r.peekTag(context, k)) return e;
+    if (!r.startsChild(k, element)) return XB_OK;
     present = true;
-    return readLeaf<Codec>(r, element, out);
-}
-
-template <class Codec>
-exrt_error readRequired(BindReader& r, const char* context, const char* element,
-                        typename Codec::type& out) {
-    BindReader::Kind k;
-    if (exrt_error e = peekTag(r, context, k)) return e;
-    if (!startsChild(r, k, element)) return XB_FAIL(r, XB_MISSING, element);
     return readLeaf<Codec>(r, element, out);
 }
 
@@ -61,7 +40,7 @@ exrt_error unmarshalAllGroup(BindReader& r, const char* element, const ChildRow*
                              OrderList& order, ReadChild readChild) {
     for (;;) {
         BindReader::Kind k;
-        if (exrt_error e = peekTag(r, element, k)) return e;
+        if (exrt_error e = r.peekTag(element, k)) return e;
         if (k != BindReader::START) break;
         const ChildRow* row = nullptr;
         if (!r.prefixed())
@@ -85,96 +64,83 @@ namespace {
 const ChildRow intRangeRows[] = {{0, "MinValue", false}, {1, "MaxValue", false}};
 }
 
-template <class RK>
-exrt_error c_IntRange<RK>::unmarshal(BindReader& r) {
+template <AttributeKind K>
+exrt_error c_IntRange<K>::unmarshal(BindReader& r) {
     r.consume();
     bool selfClosed = false;
-    if (exrt_error e = r.finishStart(RK::name, selfClosed)) return e;
+    if (exrt_error e = r.finishStart(name, selfClosed)) return e;
     if (selfClosed) return XB_OK;  // ranges may be empty
-    return unmarshalAllGroup(r, RK::name, intRangeRows, 2, order, [&](int id) {
+    return unmarshalAllGroup(r, name, intRangeRows, 2, order, [&](int id) {
         return readLeaf<Codec>(r, intRangeRows[id].name, id == MinValue ? minValue : maxValue);
     });
 }
 
-template <class RK>
-exrt_error c_IntRange<RK>::marshal(xrt::c_xml_writer& w) const {
-    writeStart(w, RK::name);
+template <AttributeKind K>
+exrt_error c_IntRange<K>::marshal(xrt::c_xml_writer& w) const {
+    writeStart(w, name);
     for (int i = 0; i < order.size(); ++i) {
         const int id = order.at(i);
         writeLeaf<Codec>(w, intRangeRows[id].name, id == MinValue ? minValue : maxValue);
     }
-    writeEnd(w, RK::name);
+    writeEnd(w, name);
     return XB_OK;
 }
 
-template <class BK>
-exrt_error c_RealBound<BK>::unmarshal(BindReader& r) {
-    if (exrt_error e = openComplex(r, BK::name)) return e;
-    const ChildRow rows[] = {{Value, BK::valueName, true}, {Inclusive, BK::inclusiveName, false}};
-    return unmarshalAllGroup(r, BK::name, rows, 2, order, [&](int id) {
-        if (id == Value) return readLeaf<Codec>(r, BK::valueName, value);
-        return readLeaf<FlagCodec>(r, BK::inclusiveName, inclusive);
+template <AttributeKind K, bool IsMax>
+exrt_error c_RealBound<K, IsMax>::unmarshal(BindReader& r) {
+    if (exrt_error e = openComplex(r, name)) return e;
+    const ChildRow rows[] = {{Value, valueName, true}, {Inclusive, inclusiveName, false}};
+    return unmarshalAllGroup(r, name, rows, 2, order, [&](int id) {
+        if (id == Value) return readLeaf<Codec>(r, valueName, value);
+        return readLeaf<FlagCodec>(r, inclusiveName, inclusive);
     });
 }
 
-template <class BK>
-exrt_error c_RealBound<BK>::marshal(xrt::c_xml_writer& w) const {
-    writeStart(w, BK::name);
+template <AttributeKind K, bool IsMax>
+exrt_error c_RealBound<K, IsMax>::marshal(xrt::c_xml_writer& w) const {
+    writeStart(w, name);
     for (int i = 0; i < order.size(); ++i) {
         if (order.at(i) == Value)
-            writeLeaf<Codec>(w, BK::valueName, value);
+            writeLeaf<Codec>(w, valueName, value);
         else
-            writeLeaf<FlagCodec>(w, BK::inclusiveName, inclusive);
+            writeLeaf<FlagCodec>(w, inclusiveName, inclusive);
     }
-    writeEnd(w, BK::name);
+    writeEnd(w, name);
     return XB_OK;
 }
 
-template <class RK>
-exrt_error c_RealRange<RK>::unmarshal(BindReader& r) {
+template <AttributeKind K>
+exrt_error c_RealRange<K>::unmarshal(BindReader& r) {
     r.consume();
     bool selfClosed = false;
-    if (exrt_error e = r.finishStart(RK::name, selfClosed)) return e;
+    if (exrt_error e = r.finishStart(name, selfClosed)) return e;
     if (selfClosed) return XB_OK;
     BindReader::Kind k;
-    if (exrt_error e = peekTag(r, RK::name, k)) return e;
-    if (startsChild(r, k, RK::MinBound::name)) {
+    if (exrt_error e = r.peekTag(name, k)) return e;
+    if (r.startsChild(k, Min::name)) {
         if (exrt_error e = minBound.unmarshal(r)) return e;
         hasMin = true;
-        if (exrt_error e = peekTag(r, RK::name, k)) return e;
+        if (exrt_error e = r.peekTag(name, k)) return e;
     }
-    if (startsChild(r, k, RK::MaxBound::name)) {
+    if (r.startsChild(k, Max::name)) {
         if (exrt_error e = maxBound.unmarshal(r)) return e;
         hasMax = true;
     }
-    return r.endTag(RK::name);
+    return r.endTag(name);
 }
 
-template <class RK>
-exrt_error c_RealRange<RK>::marshal(xrt::c_xml_writer& w) const {
-    writeStart(w, RK::name);
+template <AttributeKind K>
+exrt_error c_RealRange<K>::marshal(xrt::c_xml_writer& w) const {
+    writeStart(w, name);
     if (hasMin) minBound.marshal(w);
     if (hasMax) maxBound.marshal(w);
-    writeEnd(w, RK::name);
+    writeEnd(w, name);
     return XB_OK;
 }
 
 // ---- Extras ------------------------------------------------------------------
 
 const ChildRow NoExtra::rows[] = {{-1, "", false}};
-
-#define RQ7_RANGE_ROWS(R) \
-    template <>           \
-    const ChildRow RangeExtra<c_##R>::rows[] = {{AC_Range, #R, false}};
-RQ7_RANGE_ROWS(Int32Range)
-RQ7_RANGE_ROWS(UInt32Range)
-RQ7_RANGE_ROWS(Int64Range)
-RQ7_RANGE_ROWS(UInt64Range)
-RQ7_RANGE_ROWS(Addr32Range)
-RQ7_RANGE_ROWS(Addr64Range)
-RQ7_RANGE_ROWS(FloatRange)
-RQ7_RANGE_ROWS(DoubleRange)
-#undef RQ7_RANGE_ROWS
 
 const ChildRow BoolExtra::rows[] = {{AC_ValueDescription, "ValueDescription", false}};
 
@@ -223,10 +189,10 @@ struct KindRows {
 };
 }  // namespace
 
-template <class K>
+template <AttributeKind K>
 exrt_error c_Attribute<K>::readChild(int id, BindReader& r) {
     switch (id) {
-        case AC_Name: return readLeaf<TextCodec>(r, "Name", name);
+        case AC_Name: return readLeaf<TextCodec>(r, "Name", fileName);
         case AC_DefaultValue: return readLeaf<Codec>(r, "DefaultValue", value);
         case AC_Mutable: return readLeaf<FlagCodec>(r, "Mutable", mutableFlag);
         case AC_ReadOnly: return readLeaf<FlagCodec>(r, "ReadOnly", readOnly);
@@ -234,10 +200,10 @@ exrt_error c_Attribute<K>::readChild(int id, BindReader& r) {
     }
 }
 
-template <class K>
+template <AttributeKind K>
 void c_Attribute<K>::writeChild(int id, xrt::c_xml_writer& w) const {
     switch (id) {
-        case AC_Name: writeLeaf<TextCodec>(w, "Name", name); break;
+        case AC_Name: writeLeaf<TextCodec>(w, "Name", fileName); break;
         case AC_DefaultValue: writeLeaf<Codec>(w, "DefaultValue", value); break;
         case AC_Mutable: writeLeaf<FlagCodec>(w, "Mutable", mutableFlag); break;
         case AC_ReadOnly: writeLeaf<FlagCodec>(w, "ReadOnly", readOnly); break;
@@ -245,56 +211,48 @@ void c_Attribute<K>::writeChild(int id, xrt::c_xml_writer& w) const {
     }
 }
 
-template <class K>
+template <AttributeKind K>
 exrt_error c_Attribute<K>::unmarshal(BindReader& r) {
-    if (exrt_error e = openComplex(r, K::name)) return e;
+    if (exrt_error e = openComplex(r, name)) return e;
     static const KindRows<Extra> table;
-    if (!K::sequence)
-        return unmarshalAllGroup(r, K::name, table.rows, table.count, order,
+    if (!sequence)
+        return unmarshalAllGroup(r, name, table.rows, table.count, order,
                                  [&](int id) { return readChild(id, r); });
     for (int i = 0; i < table.count; ++i) {
         const ChildRow& row = table.rows[i];
         BindReader::Kind k;
-        if (exrt_error e = peekTag(r, K::name, k)) return e;
-        if (startsChild(r, k, row.name)) {
+        if (exrt_error e = r.peekTag(name, k)) return e;
+        if (r.startsChild(k, row.name)) {
             if (exrt_error e = readChild(row.id, r)) return e;
             order.add(row.id);
         } else if (row.required) {
             return XB_FAIL(r, XB_MISSING, row.name);
         }
     }
-    return r.endTag(K::name);
+    return r.endTag(name);
 }
 
-template <class K>
+template <AttributeKind K>
 exrt_error c_Attribute<K>::marshal(xrt::c_xml_writer& w) const {
-    writeStart(w, K::name);
-    if (K::sequence) {
+    writeStart(w, name);
+    if (sequence) {
         static const KindRows<Extra> table;
         for (int i = 0; i < table.count; ++i)
             if (order.has(table.rows[i].id)) writeChild(table.rows[i].id, w);
     } else {
         for (int i = 0; i < order.size(); ++i) writeChild(order.at(i), w);
     }
-    writeEnd(w, K::name);
+    writeEnd(w, name);
     return XB_OK;
 }
 
-#define RQ7_INSTANTIATE_KIND(Element, Index, CodecT, ExtraT, Seq) template class c_Attribute<Element##Kind>;
+// Every attribute element and its range (the bounds of a real range come
+// with the range).
+#define RQ7_INSTANTIATE_KIND(Kind, Index, Value, Codec, Range, Form) \
+    template class c_Attribute<AttributeKind::Kind>;                 \
+    template class Range<AttributeKind::Kind>;
 RQ7_ATTRIBUTE_KINDS(RQ7_INSTANTIATE_KIND)
 #undef RQ7_INSTANTIATE_KIND
-template class c_IntRange<Int32RangeKind>;
-template class c_IntRange<UInt32RangeKind>;
-template class c_IntRange<Int64RangeKind>;
-template class c_IntRange<UInt64RangeKind>;
-template class c_IntRange<Addr32RangeKind>;
-template class c_IntRange<Addr64RangeKind>;
-template class c_RealBound<MinFloatValueKind>;
-template class c_RealBound<MaxFloatValueKind>;
-template class c_RealBound<MinDoubleValueKind>;
-template class c_RealBound<MaxDoubleValueKind>;
-template class c_RealRange<FloatRangeKind>;
-template class c_RealRange<DoubleRangeKind>;
 
 // ---- The choice --------------------------------------------------------------
 
@@ -307,12 +265,26 @@ template <class C>
 c_Element* makeElement() {
     return new C();
 }
+constexpr bool sameText(const char* a, const char* b) {
+    while (*a && *a == *b) ++a, ++b;
+    return *a == *b;
+}
 // Choice numbers in file-vocabulary order; ConfigBlock closes the list.
-#define RQ7_CHOICE_ROW(Element, Index, CodecT, ExtraT, Seq) {#Element, &makeElement<c_##Element>},
-const ChoiceRow choiceRows[] = {RQ7_ATTRIBUTE_KINDS(RQ7_CHOICE_ROW){"ConfigBlock", &makeElement<c_ConfigBlock>}};
+#define RQ7_CHOICE_ROW(Kind, ...) {c_##Kind##Attribute::name, &makeElement<c_##Kind##Attribute>},
+constexpr ChoiceRow choiceRows[] = {RQ7_ATTRIBUTE_KINDS(RQ7_CHOICE_ROW){"ConfigBlock", &makeElement<c_ConfigBlock>}};
 #undef RQ7_CHOICE_ROW
 constexpr int choiceCount = sizeof(choiceRows) / sizeof(choiceRows[0]);
-static_assert(choiceCount == c_anon_StringAttribute::kind_not_set, "choice table out of step");
+static_assert(choiceCount == kAttributeKindCount + 1 && kAttributeKindCount == c_anon_StringAttribute::kind_ConfigBlock &&
+                  choiceCount == c_anon_StringAttribute::kind_not_set,
+              "choice table out of step");
+// The binding's choice number of each kind selects that kind's element, so
+// an attribute never comes back from the file as another kind or none.
+#define RQ7_CHECK_CHOICE(Kind, Index, ...)                                                       \
+    static_assert(c_##Kind##Attribute::index == Index &&                                         \
+                      sameText(choiceRows[Index].name, AttributeKindTraits<AttributeKind::Kind>::elementName), \
+                  #Kind ": choice row out of step with the kind");
+RQ7_ATTRIBUTE_KINDS(RQ7_CHECK_CHOICE)
+#undef RQ7_CHECK_CHOICE
 }  // namespace
 
 c_anon_StringAttribute::c_anon_StringAttribute(const c_anon_StringAttribute& o)
@@ -337,10 +309,6 @@ void c_anon_StringAttribute::select(int newKind) {
 void c_anon_StringAttribute::set_kind_only(int newKind) {
     object.reset();
     kind = newKind;
-}
-
-const char* c_anon_StringAttribute::kindName(int k) {
-    return k >= 0 && k < choiceCount ? choiceRows[k].name : nullptr;
 }
 
 int c_anon_StringAttribute::kindOf(const std::string& element) {
@@ -382,7 +350,7 @@ exrt_error c_ConfigBlock::unmarshal(BindReader& r) {
     if (exrt_error e = readOptional<FlagCodec>(r, "ConfigBlock", "Mutable", mutableFlag, hasMutable)) return e;
     for (;;) {
         BindReader::Kind k;
-        if (exrt_error e = peekTag(r, "ConfigBlock", k)) return e;
+        if (exrt_error e = r.peekTag("ConfigBlock", k)) return e;
         if (k != BindReader::START || r.prefixed()) break;
         const int kind = c_anon_StringAttribute::kindOf(r.name());
         if (kind == c_anon_StringAttribute::kind_not_set) break;
@@ -412,12 +380,12 @@ exrt_error c_Configuration::unmarshal(BindReader& r) {
     if (exrt_error e = readOptional<TextCodec>(r, self, "Comments", comments, hasComments)) return e;
     BindReader::Kind k;
     for (;;) {
-        if (exrt_error e = peekTag(r, self, k)) return e;
-        if (!startsChild(r, k, "ConfigBlock")) break;
+        if (exrt_error e = r.peekTag(self, k)) return e;
+        if (!r.startsChild(k, "ConfigBlock")) break;
         blocks.emplace_back();
         if (exrt_error e = blocks.back().unmarshal(r)) return e;
     }
-    if (startsChild(r, k, "default")) {
+    if (r.startsChild(k, "default")) {
         // An empty "default" counts as false; anything else is a flag.
         std::string text;
         if (exrt_error e = r.readValue("default", FlagCodec::ws, text)) return e;
@@ -472,8 +440,8 @@ exrt_error c_QUORL::unmarshal(xrt::c_xml_reader& reader) {
 exrt_error c_QUORL::unmarshal(BindReader& r) {
     if (exrt_error e = openComplex(r, "QUORL")) return e;
     BindReader::Kind k;
-    if (exrt_error e = peekTag(r, "QUORL", k)) return e;
-    if (!startsChild(r, k, "Configuration")) return XB_FAIL(r, XB_MISSING, "Configuration");
+    if (exrt_error e = r.peekTag("QUORL", k)) return e;
+    if (!r.startsChild(k, "Configuration")) return XB_FAIL(r, XB_MISSING, "Configuration");
     if (exrt_error e = configuration.unmarshal(r)) return e;
     hasConfiguration = true;
     return r.endTag("QUORL");

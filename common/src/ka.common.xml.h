@@ -2,7 +2,8 @@
 // Binding of the configuration file vocabulary: one class per complex
 // element, each able to unmarshal itself from the pull reader and marshal
 // itself to the writer. The thirteen attribute elements and their range
-// elements are instances of a few templates over a table of kinds.
+// elements are instances of a few templates over the kind traits.
+#include "common/src/AttributeKinds.h"
 #include "common/src/ka.common.xml.io.h"
 
 #include <cstdint>
@@ -43,14 +44,17 @@ struct ChildRow {
 };
 
 // ---- Ranges ------------------------------------------------------------------
+// Each range element belongs to one attribute kind and takes its element
+// names and value codec from that kind's traits.
 
 // Int and address ranges: an all-group of optional MinValue and MaxValue.
 // May be empty or self-closed.
-template <class RK>
+template <AttributeKind K>
 class c_IntRange : public c_Element {
 public:
-    using Codec = typename RK::Codec;
+    using Codec = typename AttributeKindTraits<K>::Codec;
     using value_type = typename Codec::type;
+    static constexpr const char* name = AttributeKindTraits<K>::rangeElementName;
     enum { MinValue, MaxValue };
 
     bool has_MinValue() const { return order.has(MinValue); }
@@ -59,10 +63,9 @@ public:
     const value_type& get_MaxValue() const { return maxValue; }
     exrt_error set_MinValue(const value_type& v) { minValue = v; order.add(MinValue); return XB_OK; }
     exrt_error set_MaxValue(const value_type& v) { maxValue = v; order.add(MaxValue); return XB_OK; }
-    void reset() { *this = c_IntRange(); }
 
     c_Element* clone_element() const override { return new c_IntRange(*this); }
-    const char* element_name() const override { return RK::name; }
+    const char* element_name() const override { return name; }
     exrt_error marshal(xrt::c_xml_writer& w) const override;
     exrt_error unmarshal(BindReader& r) override;
 
@@ -72,13 +75,17 @@ private:
     value_type maxValue{};
 };
 
-// One bound of a float or double range: an all-group of a required value and
-// an optional inclusive flag.
-template <class BK>
+// One bound of a float or double range (MinFloatValue ... MaxDoubleValue):
+// an all-group of a required value and an optional inclusive flag.
+template <AttributeKind K, bool IsMax>
 class c_RealBound : public c_Element {
 public:
-    using Codec = typename BK::Codec;
+    using Codec = typename AttributeKindTraits<K>::Codec;
     using value_type = typename Codec::type;
+    static constexpr const char* name =
+        IsMax ? AttributeKindTraits<K>::maxBoundName : AttributeKindTraits<K>::minBoundName;
+    static constexpr const char* valueName = IsMax ? "MaxValue" : "MinValue";
+    static constexpr const char* inclusiveName = IsMax ? "MaxInclusive" : "MinInclusive";
     enum { Value, Inclusive };
 
     const value_type& get_Value() const { return value; }
@@ -88,7 +95,7 @@ public:
     exrt_error set_Inclusive(bool v) { inclusive = v; order.add(Inclusive); return XB_OK; }
 
     c_Element* clone_element() const override { return new c_RealBound(*this); }
-    const char* element_name() const override { return BK::name; }
+    const char* element_name() const override { return name; }
     exrt_error marshal(xrt::c_xml_writer& w) const override;
     exrt_error unmarshal(BindReader& r) override;
 
@@ -99,11 +106,12 @@ private:
 };
 
 // Float and double ranges: a sequence of two optional bounds.
-template <class RK>
+template <AttributeKind K>
 class c_RealRange : public c_Element {
 public:
-    using Min = c_RealBound<typename RK::MinBound>;
-    using Max = c_RealBound<typename RK::MaxBound>;
+    using Min = c_RealBound<K, false>;
+    using Max = c_RealBound<K, true>;
+    static constexpr const char* name = AttributeKindTraits<K>::rangeElementName;
 
     bool has_Min() const { return hasMin; }
     bool has_Max() const { return hasMax; }
@@ -113,7 +121,7 @@ public:
     void assign_Max(const Max& v) { maxBound = v; hasMax = true; }
 
     c_Element* clone_element() const override { return new c_RealRange(*this); }
-    const char* element_name() const override { return RK::name; }
+    const char* element_name() const override { return name; }
     exrt_error marshal(xrt::c_xml_writer& w) const override;
     exrt_error unmarshal(BindReader& r) override;
 
@@ -123,6 +131,10 @@ private:
     Min minBound;
     Max maxBound;
 };
+
+// The range of a kind without one.
+template <AttributeKind K>
+struct NoRange {};
 
 // ---- Extras: what an attribute element holds beyond its four common children.
 
@@ -135,7 +147,7 @@ struct NoExtra {
 
 template <class R>
 struct RangeExtra {
-    static const ChildRow rows[];
+    static constexpr ChildRow rows[] = {{AC_Range, R::name, false}};
     static constexpr int rowCount = 1;
     R range;
     exrt_error read(int id, BindReader& r) { return range.unmarshal(r); }
@@ -159,21 +171,42 @@ struct EnumExtra {
     void write(int id, xrt::c_xml_writer& w) const;
 };
 
+// What an attribute element holds beyond its four common children, by shape.
+template <AttributeKind K, AttributeShape S = AttributeKindTraits<K>::shape>
+struct ExtraOf {
+    using type = RangeExtra<typename AttributeKindTraits<K>::Range>;  // integers and reals
+};
+template <AttributeKind K>
+struct ExtraOf<K, AttributeShape::Text> {
+    using type = NoExtra;
+};
+template <AttributeKind K>
+struct ExtraOf<K, AttributeShape::Flag> {
+    using type = BoolExtra;
+};
+template <AttributeKind K>
+struct ExtraOf<K, AttributeShape::Enum> {
+    using type = EnumExtra;
+};
+
 // ---- Attribute elements ------------------------------------------------------
 
-// One attribute element, given its row of the kind table (K): element name,
-// choice index, value codec, extra children and whether the children form a
-// fixed sequence (float, double) or an all-group (every other kind).
-template <class K>
+// One attribute element of kind K: element name, choice index, value codec
+// and extra children come from the kind's traits. The children of float and
+// double form a fixed sequence, those of every other kind an all-group.
+template <AttributeKind K>
 class c_Attribute : public c_Element {
 public:
-    using Kind = K;
-    using Codec = typename K::Codec;
+    using Traits = AttributeKindTraits<K>;
+    using Codec = typename Traits::Codec;
     using value_type = typename Codec::type;
-    using Extra = typename K::Extra;
+    using Extra = typename ExtraOf<K>::type;
+    static constexpr const char* name = Traits::elementName;
+    static constexpr int index = Traits::index;
+    static constexpr bool sequence = Traits::shape == AttributeShape::Real;
 
-    const std::string& get_Name() const { return name; }
-    exrt_error set_Name(const std::string& v) { name = v; order.add(AC_Name); return XB_OK; }
+    const std::string& get_Name() const { return fileName; }
+    exrt_error set_Name(const std::string& v) { fileName = v; order.add(AC_Name); return XB_OK; }
     const value_type& get_DefaultValue() const { return value; }
     exrt_error set_DefaultValue(const value_type& v) { value = v; order.add(AC_DefaultValue); return XB_OK; }
     bool has_Mutable() const { return order.has(AC_Mutable); }
@@ -190,101 +223,25 @@ public:
     const OrderList& order_list() const { return order; }
 
     c_Element* clone_element() const override { return new c_Attribute(*this); }
-    const char* element_name() const override { return K::name; }
+    const char* element_name() const override { return name; }
     exrt_error marshal(xrt::c_xml_writer& w) const override;
     exrt_error unmarshal(BindReader& r) override;
 
 private:
-    static const ChildRow* findRow(const std::string& element);
     exrt_error readChild(int id, BindReader& r);
     void writeChild(int id, xrt::c_xml_writer& w) const;
-    exrt_error unmarshalAll(BindReader& r);
-    exrt_error unmarshalSequence(BindReader& r);
 
     OrderList order;
-    std::string name;
+    std::string fileName;
     value_type value{};
     bool mutableFlag = false;
     bool readOnly = false;
     Extra ext;
 };
 
-// The kind table. The index is the choice number inside ConfigBlock.
-#define RQ7_INT_RANGE_KIND(Range, CodecT)      \
-    struct Range##Kind {                       \
-        static constexpr const char* name = #Range; \
-        using Codec = CodecT;                  \
-    };
-RQ7_INT_RANGE_KIND(Int32Range, IntCodec<int32_t>)
-RQ7_INT_RANGE_KIND(UInt32Range, IntCodec<uint32_t>)
-RQ7_INT_RANGE_KIND(Int64Range, IntCodec<int64_t>)
-RQ7_INT_RANGE_KIND(UInt64Range, IntCodec<uint64_t>)
-RQ7_INT_RANGE_KIND(Addr32Range, AddrCodec<8>)
-RQ7_INT_RANGE_KIND(Addr64Range, AddrCodec<16>)
-#undef RQ7_INT_RANGE_KIND
-
-#define RQ7_REAL_RANGE_KIND(Type, T)                                        \
-    struct Min##Type##ValueKind {                                           \
-        static constexpr const char* name = "Min" #Type "Value";            \
-        static constexpr const char* valueName = "MinValue";               \
-        static constexpr const char* inclusiveName = "MinInclusive";       \
-        using Codec = RealCodec<T>;                                         \
-    };                                                                      \
-    struct Max##Type##ValueKind {                                           \
-        static constexpr const char* name = "Max" #Type "Value";            \
-        static constexpr const char* valueName = "MaxValue";               \
-        static constexpr const char* inclusiveName = "MaxInclusive";       \
-        using Codec = RealCodec<T>;                                         \
-    };                                                                      \
-    struct Type##RangeKind {                                                \
-        static constexpr const char* name = #Type "Range";                  \
-        using MinBound = Min##Type##ValueKind;                              \
-        using MaxBound = Max##Type##ValueKind;                              \
-    };
-RQ7_REAL_RANGE_KIND(Float, float)
-RQ7_REAL_RANGE_KIND(Double, double)
-#undef RQ7_REAL_RANGE_KIND
-
-using c_Int32Range = c_IntRange<Int32RangeKind>;
-using c_UInt32Range = c_IntRange<UInt32RangeKind>;
-using c_Int64Range = c_IntRange<Int64RangeKind>;
-using c_UInt64Range = c_IntRange<UInt64RangeKind>;
-using c_Addr32Range = c_IntRange<Addr32RangeKind>;
-using c_Addr64Range = c_IntRange<Addr64RangeKind>;
-using c_MinFloatValue = c_RealBound<MinFloatValueKind>;
-using c_MaxFloatValue = c_RealBound<MaxFloatValueKind>;
-using c_MinDoubleValue = c_RealBound<MinDoubleValueKind>;
-using c_MaxDoubleValue = c_RealBound<MaxDoubleValueKind>;
-using c_FloatRange = c_RealRange<FloatRangeKind>;
-using c_DoubleRange = c_RealRange<DoubleRangeKind>;
-
-// X(element, index, codec, extra, sequence)
-#define RQ7_ATTRIBUTE_KINDS(X)                                              \
-    X(StringAttribute, 0, TextCodec, NoExtra, false)                        \
-    X(PathAttribute, 1, TextCodec, NoExtra, false)                          \
-    X(FileAttribute, 2, TextCodec, NoExtra, false)                          \
-    X(Int32Attribute, 3, IntCodec<int32_t>, RangeExtra<c_Int32Range>, false)   \
-    X(UInt32Attribute, 4, IntCodec<uint32_t>, RangeExtra<c_UInt32Range>, false) \
-    X(Int64Attribute, 5, IntCodec<int64_t>, RangeExtra<c_Int64Range>, false)   \
-    X(UInt64Attribute, 6, IntCodec<uint64_t>, RangeExtra<c_UInt64Range>, false) \
-    X(Addr32Attribute, 7, AddrCodec<8>, RangeExtra<c_Addr32Range>, false)   \
-    X(Addr64Attribute, 8, AddrCodec<16>, RangeExtra<c_Addr64Range>, false)  \
-    X(FloatAttribute, 9, RealCodec<float>, RangeExtra<c_FloatRange>, true)  \
-    X(DoubleAttribute, 10, RealCodec<double>, RangeExtra<c_DoubleRange>, true) \
-    X(BoolAttribute, 11, FlagCodec, BoolExtra, false)                       \
-    X(EnumAttribute, 12, TextCodec, EnumExtra, false)
-
-#define RQ7_DECLARE_KIND(Element, Index, CodecT, ExtraT, Seq) \
-    struct Element##Kind {                                    \
-        static constexpr const char* name = #Element;         \
-        static constexpr int index = Index;                   \
-        static constexpr bool sequence = Seq;                 \
-        using Codec = CodecT;                                 \
-        using Extra = ExtraT;                                 \
-    };                                                        \
-    using c_##Element = c_Attribute<Element##Kind>;
-RQ7_ATTRIBUTE_KINDS(RQ7_DECLARE_KIND)
-#undef RQ7_DECLARE_KIND
+#define RQ7_BINDING_NAME(Kind, ...) using c_##Kind##Attribute = c_Attribute<AttributeKind::Kind>;
+RQ7_ATTRIBUTE_KINDS(RQ7_BINDING_NAME)
+#undef RQ7_BINDING_NAME
 
 class c_ConfigBlock;
 
@@ -313,8 +270,6 @@ public:
     template <class C>
     C* as() const { return dynamic_cast<C*>(object.get()); }
 
-    // Element name of a kind, or null out of range.
-    static const char* kindName(int k);
     // Kind of an element name, or kind_not_set.
     static int kindOf(const std::string& element);
 

@@ -1,5 +1,6 @@
 #include "common/src/ka.common.xml.io.h"
 
+#include "xrt/xml_writer.h"
 #include "xrt/xsd_regex.h"
 #include "xrt/xsd_values.h"
 
@@ -18,7 +19,7 @@ exrt_error TextCodec::parse(const std::string& text, type& out) {
     return XB_OK;
 }
 
-void TextCodec::append(std::string& out, const type& v) { appendEscaped(out, v); }
+void TextCodec::append(std::string& out, const type& v) { xrt::append_escaped(out, v.data(), v.size()); }
 
 exrt_error FlagCodec::parse(const std::string& text, type& out) {
     if (!xrt::is_boolean_text(text)) return XB_BAD_FORMAT;
@@ -133,27 +134,6 @@ void RealCodec<double>::append(std::string& out, double v) {
 template struct RealCodec<float>;
 template struct RealCodec<double>;
 
-void appendEscaped(std::string& out, const std::string& text) {
-    // Copies whole runs between the four bytes that need an entity.
-    const char* p = text.data();
-    const char* end = p + text.size();
-    const char* run = p;
-    for (; p != end; ++p) {
-        const char* entity;
-        switch (*p) {
-            case '"': entity = "&quot;"; break;
-            case '\'': entity = "&apos;"; break;
-            case '&': entity = "&amp;"; break;
-            case '<': entity = "&lt;"; break;
-            default: continue;
-        }
-        out.append(run, p);
-        out += entity;
-        run = p + 1;
-    }
-    out.append(run, p);
-}
-
 // ---- Order list --------------------------------------------------------------
 
 bool OrderList::has(int kind) const {
@@ -200,6 +180,13 @@ BindReader::Kind BindReader::peek() {
     return cur;
 }
 
+exrt_error BindReader::peekTag(const char* context, Kind& k) {
+    k = peek();
+    if (k == FAIL) return readerError();
+    if (k == EOI) return fail(XB_END_OF_MESSAGE, context, __LINE__);
+    return XB_OK;
+}
+
 exrt_error BindReader::finishStart(const char* element, bool& selfClosed) {
     for (;;) {
         switch (r.get_next_event()) {
@@ -239,9 +226,8 @@ exrt_error BindReader::fail(exrt_error code, const std::string& item, int line) 
 }
 
 exrt_error BindReader::readerError() {
-    // The code recorded by the reader, or by the character layers under it.
+    // The reader holds the code of every failure, its own or its input's.
     exrt_error code = r.get_error();
-    if (code == XB_OK) code = r.get_error_object().get_last_error();
     if (code == XB_OK) code = XB_UNDEFINED;
     return fail(code, r.get_error_item_name(), __LINE__);
 }

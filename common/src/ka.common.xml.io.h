@@ -101,9 +101,6 @@ struct RealCodec {
 
 bool matchesAddressPattern(const std::string& text, int digits);
 
-// Appends text with the escapes of the vocabulary: " ' & < (not >).
-void appendEscaped(std::string& out, const std::string& text);
-
 // ---- Order list of an all-group ------------------------------------------
 // The kinds of child seen, in order: "present" is "in the list", a second
 // occurrence is refused, and marshal writes in list order.
@@ -136,6 +133,13 @@ public:
     // event to the caller). The event stays current until consume().
     Kind peek();
     void consume() { pending = false; }
+    // peek() for a binding class: the reader's own error and the end of
+    // input stop here (reported for context).
+    exrt_error peekTag(const char* context, Kind& k);
+    // Whether k is the start tag of the unprefixed child element.
+    bool startsChild(Kind k, const char* element) const {
+        return k == START && !curPrefixed && curName == element;
+    }
     const std::string& name() const { return curName; }
     bool prefixed() const { return curPrefixed; }
 
@@ -202,6 +206,16 @@ exrt_error readLeaf(BindReader& r, const char* element, typename Codec::type& ou
     if (exrt_error e = r.readValue(element, Codec::ws, text)) return e;
     if (exrt_error e = Codec::parse(text, out)) return XB_FAIL(r, e, element);
     return XB_OK;
+}
+
+// Reads the leaf of a sequence that must come next: 21 if another element
+// comes, the end of input or the reader's error as peekTag gives them.
+template <class Codec>
+exrt_error readRequired(BindReader& r, const char* context, const char* element, typename Codec::type& out) {
+    BindReader::Kind k;
+    if (exrt_error e = r.peekTag(context, k)) return e;
+    if (!r.startsChild(k, element)) return XB_FAIL(r, XB_MISSING, element);
+    return readLeaf<Codec>(r, element, out);
 }
 
 }  // namespace quorl

@@ -21,8 +21,8 @@ ConfigAttributePtr makeAttributeFromElement(const c_anon_StringAttribute& choice
 class PopulateConfigAttributeXMLVisitor : public ConfigAttributeVisitor {
 public:
     explicit PopulateConfigAttributeXMLVisitor(c_ConfigBlock* block) : block(block) {}
-#define RQ7_POPULATE_VISIT_DECL(Interface) void visit(Interface& attribute) override;
-    RQ7_FOR_EACH_ATTRIBUTE_INTERFACE_VISIT_ORDER(RQ7_POPULATE_VISIT_DECL)
+#define RQ7_POPULATE_VISIT_DECL(Kind, ...) void visit(Kind##Attribute& attribute) override;
+    RQ7_ATTRIBUTE_KINDS(RQ7_POPULATE_VISIT_DECL)
 #undef RQ7_POPULATE_VISIT_DECL
 
 private:

@@ -12,24 +12,11 @@ namespace {
 
 const xrt::s_ns_map noNamespaces[] = {{nullptr, nullptr, 0}};
 
-exrt_error peekTag(BindReader& r, const char* context, BindReader::Kind& k) {
-    k = r.peek();
-    if (k == BindReader::FAIL) return r.readerError();
-    if (k == BindReader::EOI) return XB_FAIL(r, XB_END_OF_MESSAGE, context);
-    return XB_OK;
-}
-
-bool startsChild(const BindReader& r, BindReader::Kind k, const char* element) {
-    return k == BindReader::START && !r.prefixed() && r.name() == element;
-}
-
+// readRequired that also marks the field present.
 template <class Codec>
 exrt_error readRequired(BindReader& r, const char* context, const char* element, typename Codec::type& out,
                         bool& present) {
-    BindReader::Kind k;
-    if (exrt_error e = peekTag(r, context, k)) return e;
-    if (!startsChild(r, k, element)) return XB_FAIL(r, XB_MISSING, element);
-    if (exrt_error e = readLeaf<Codec>(r, element, out)) return e;
+    if (exrt_error e = quorl::readRequired<Codec>(r, context, element, out)) return e;
     present = true;
     return XB_OK;
 }
@@ -93,7 +80,7 @@ exrt_error c_WorkaroundElement<D>::unmarshal(xrt::c_xml_reader& reader, const ch
     const BindReader::Kind k = r.peek();
     if (k == BindReader::FAIL) return r.readerError();
     if (k != BindReader::START) return XB_FAIL(r, XB_NOT_FOUND, expected);
-    if (!startsChild(r, k, expected)) return XB_FAIL(r, XB_NOT_FOUND, r.name());
+    if (!r.startsChild(k, expected)) return XB_FAIL(r, XB_NOT_FOUND, r.name());
     return unmarshal(r, expected);
 }
 
@@ -151,8 +138,8 @@ exrt_error c_Workarounds::marshal_child_elements(xrt::c_xml_writer& w) const {
 exrt_error c_Workarounds::unmarshal_body(BindReader& r) {
     for (;;) {
         BindReader::Kind k;
-        if (exrt_error e = peekTag(r, "Workarounds", k)) return e;
-        if (!startsChild(r, k, "Workaround")) return XB_OK;
+        if (exrt_error e = r.peekTag("Workarounds", k)) return e;
+        if (!r.startsChild(k, "Workaround")) return XB_OK;
         items.emplace_back();
         if (exrt_error e = items.back().unmarshal(r, "Workaround")) return e;
     }
@@ -169,8 +156,8 @@ exrt_error c_WorkaroundsRegistry::marshal_child_elements(xrt::c_xml_writer& w) c
 exrt_error c_WorkaroundsRegistry::unmarshal_body(BindReader& r) {
     if (exrt_error e = readRequired<TextCodec>(r, "WorkaroundsRegistry", "Version", version, hasVersion)) return e;
     BindReader::Kind k;
-    if (exrt_error e = peekTag(r, "WorkaroundsRegistry", k)) return e;
-    if (!startsChild(r, k, "Workarounds")) return XB_OK;
+    if (exrt_error e = r.peekTag("WorkaroundsRegistry", k)) return e;
+    if (!r.startsChild(k, "Workarounds")) return XB_OK;
     if (exrt_error e = workarounds.unmarshal(r, "Workarounds")) return e;
     hasWorkarounds = true;
     return XB_OK;

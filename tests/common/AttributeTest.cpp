@@ -211,10 +211,10 @@ TEST(EnumAttributeLists, SettersAndTheMultipleRule) {
 // Names the interface each visit was called with.
 class NamingVisitor : public ConfigAttributeVisitor, public ConstConfigAttributeVisitor {
 public:
-#define RQ7_NAMING_VISIT(Interface)                                   \
-    void visit(Interface&) override { seen = #Interface; }             \
-    void visit(const Interface&) override { seenConst = #Interface; }
-    RQ7_FOR_EACH_ATTRIBUTE_INTERFACE_VISIT_ORDER(RQ7_NAMING_VISIT)
+#define RQ7_NAMING_VISIT(Kind, ...)                                                 \
+    void visit(Kind##Attribute&) override { seen = #Kind "Attribute"; }             \
+    void visit(const Kind##Attribute&) override { seenConst = #Kind "Attribute"; }
+    RQ7_ATTRIBUTE_KINDS(RQ7_NAMING_VISIT)
 #undef RQ7_NAMING_VISIT
     std::string seen;
     std::string seenConst;
@@ -230,9 +230,7 @@ TEST(AttributeVisitors, EachKindReachesItsOwnVisit) {
         EXPECT_EQ(v.seen, AttributeKindTraits<K>::elementName);
         EXPECT_EQ(v.seenConst, AttributeKindTraits<K>::elementName);
 
-        AttributeKind found;
-        ASSERT_TRUE(attributeKindOf(attribute, found));
-        EXPECT_EQ(found, K);
+        EXPECT_EQ(attributeKindOf(attribute), K);
     });
 }
 

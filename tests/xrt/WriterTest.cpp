@@ -126,6 +126,10 @@ TEST(XrtWriter, EscapingTable) {
         c_xml_writer w(os);
         w.write_escaped(c.in);
         EXPECT_EQ(os.str().substr(std::string(k_prolog).size()), c.out);
+        // The binding's leaves escape into a buffer: same text.
+        std::string appended = "x";
+        append_escaped(appended, c.in.data(), c.in.size());
+        EXPECT_EQ(appended, "x" + c.out);
     }
 }
 

@@ -71,6 +71,12 @@ INSTANTIATE_TEST_SUITE_P(
         LoadCase{"mismatched end tag", doc("<ConfigBlock><Name>A</Name></ConfigBlok>"), 10, "ConfigBlock"},
         LoadCase{"bad end of a value's start tag", doc("<ConfigBlock><Name/x>A</Name></ConfigBlock>"), 11, "Name"},
         LoadCase{"end of file inside a start tag", kHead + "<ConfigBlock><Name", 34, nullptr},
+        // Codes found under the reader, by the character and entity layers.
+        LoadCase{"entity defined through itself",
+                 "<!DOCTYPE QUORL [<!ENTITY a \"&a;\">]><QUORL>&a;</QUORL>", 9, nullptr},
+        LoadCase{"DOCTYPE cut short", "<!DOCTYPE QUORL [<!ENTITY a \"x", 34, nullptr},
+        LoadCase{"encoding the reader cannot decode", "<?xml version=\"1.0\" encoding=\"EBCDIC\"?><QUORL/>", 6,
+                 nullptr},
         LoadCase{"root is not QUORL", "<Config/>", 16, "Config"},
         LoadCase{"required Version missing", "<QUORL><Configuration><Name>B</Name></Configuration></QUORL>", 21,
                  "Version"},
@@ -189,7 +195,7 @@ TEST(Binding, WritesOneElementPerLineInOrderListOrder) {
     c_ConfigBlock& b = c.append_ConfigBlock();
     b.set_Name("T");
     c_anon_StringAttribute& ch = b.append_StringAttribute();
-    ch.select(UInt32AttributeKind::index);
+    ch.select(c_UInt32Attribute::index);
     c_UInt32Attribute* u = ch.as<c_UInt32Attribute>();
     u->set_DefaultValue(45000);
     u->set_Name("Port");
@@ -225,7 +231,7 @@ TEST(Binding, WriterRefusesBrokenChoices) {
         int kind;
         int code;
         const char* item;
-    } rows[] = {{StringAttributeKind::index, 45, "StringAttribute"},
+    } rows[] = {{c_StringAttribute::index, 45, "StringAttribute"},
                 {c_anon_StringAttribute::kind_ConfigBlock, 45, "ConfigBlock"},
                 {15, 7, "{anonymous compositor}"},
                 {-1, 7, "{anonymous compositor}"},
