@@ -19,6 +19,7 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <cstdio>
 #include <fstream>
 #include <map>
@@ -179,10 +180,47 @@ int runOnce(const std::string& shapeName, size_t n) {
     return 0;
 }
 
+long peakRssKib() {
+    struct rusage usage;
+    getrusage(RUSAGE_SELF, &usage);
+    return usage.ru_maxrss;
+}
+
+// The saved form of a flat block of n attributes, the input of the passes
+// below: what the tool writes is what it reads back.
+int writeFlat(size_t n, const std::string& out) {
+    return load(wideBlock(n))->save(out) ? 0 : 1;
+}
+
+// One pass from file to file, alone in its process so that its peak resident
+// memory is its own; prints "ms <wall time> growth <peak bytes beyond the
+// process before it>". libxml2 does the same bytes as the baseline.
+int filePass(bool baseline, const std::string& in) {
+    const std::string out = in + ".out.xml";
+    const long before = peakRssKib();
+    const auto start = std::chrono::steady_clock::now();
+    bool ok = false;
+    if (baseline) {
+        xmlDocPtr tree = xmlReadFile(in.c_str(), nullptr, XML_PARSE_NONET);
+        ok = tree && xmlSaveFile(out.c_str(), tree) >= 0;
+        xmlFreeDoc(tree);
+    } else {
+        quorl::ConfigurationPtr cfg = quorl::loadConfiguration(in);
+        ok = cfg && cfg->save(out);
+    }
+    const double ms = std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
+    std::printf("ms %.3f growth %ld\n", ms, (peakRssKib() - before) * 1024);
+    std::remove(out.c_str());
+    return ok ? 0 : 1;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (argc == 4 && std::string(argv[1]) == "--once") return runOnce(argv[2], std::stoul(argv[3]));
+    const std::string mode = argc > 1 ? argv[1] : "";
+    if (argc == 4 && mode == "--once") return runOnce(argv[2], std::stoul(argv[3]));
+    if (argc == 4 && mode == "--flat") return writeFlat(std::stoul(argv[2]), argv[3]);
+    if (argc == 3 && (mode == "--load-save" || mode == "--libxml2")) return filePass(mode == "--libxml2", argv[2]);
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();
     benchmark::Shutdown();

@@ -228,6 +228,11 @@ void BM_LoggerConfigureExample(benchmark::State& state) {
 }
 BENCHMARK(BM_LoggerConfigureExample)->Unit(benchmark::kMillisecond)->Iterations(20);
 
+void BM_LoggerConfigureGenerated8(benchmark::State& state) {
+    configureRun(state, socgen::generatedSoc(8));
+}
+BENCHMARK(BM_LoggerConfigureGenerated8)->Unit(benchmark::kMillisecond)->Iterations(20);
+
 void BM_LoggerConfigureGenerated64(benchmark::State& state) {
     configureRun(state, socgen::generatedSoc(64));
 }

@@ -9,7 +9,7 @@ pkgs=(g++ clang libclang-rt-14-dev ccache python3 cmake ninja-build pkg-config
       dpkg-dev lintian mandoc groff bash-completion
       nlohmann-json3-dev graphviz
       libopencsd-bin  # trc_pkt_lister: the capture tests decode with it
-      clang libclang-rt-14-dev)
+      hyperfine jq valgrind)  # bench/run_all.sh
 missing=()
 for p in "${pkgs[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q 'install ok installed' || missing+=("$p")

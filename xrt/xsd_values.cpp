@@ -1,6 +1,7 @@
 #include "xrt/xsd_values.h"
 
 #include <algorithm>
+#include <charconv>
 #include <clocale>
 #include <cmath>
 #include <cstdlib>
@@ -8,7 +9,6 @@
 #include <limits>
 #include <locale>
 #include <ostream>
-#include <sstream>
 
 namespace xrt {
 
@@ -156,12 +156,15 @@ void write_real(std::ostream& os, T value, std::streamsize precision) {
     os.precision(old);
 }
 
+// The text write_real gives on a classic-locale stream (general format at
+// that precision), without building a stream for each value.
 template <typename T>
 std::string real_to_text(T value, std::streamsize precision) {
-    std::ostringstream os;
-    os.imbue(std::locale::classic());
-    write_real(os, value, precision);
-    return os.str();
+    if (const char* word = special_float_text(value)) return word;
+    char text[64];
+    const std::to_chars_result r = std::to_chars(text, text + sizeof text, static_cast<double>(value),
+                                                 std::chars_format::general, static_cast<int>(precision));
+    return std::string(text, r.ptr);
 }
 
 constexpr std::streamsize k_float_precision = 7;

@@ -4,9 +4,10 @@
 // ("DataAdress", "Core " with its trailing blank). A name that differs by a
 // blank or a letter is simply not found.
 //
-// Every translation unit holds its own copy of each constant, built before
-// anything in that unit runs; compare by text, never by address. A ":" in a
-// block path is a step down the tree.
+// One copy of each constant for the whole program (inline variables: a copy
+// per translation unit cost start-up time in every unit that includes this
+// header), built before anything in such a unit runs; compare by text all the
+// same. A ":" in a block path is a step down the tree.
 #include <string>
 #include <vector>
 
@@ -180,7 +181,7 @@
 
 namespace quorl {
 
-#define RQ7_DEFINE_NAME(id, text) static const std::string id(text);
+#define RQ7_DEFINE_NAME(id, text) inline const std::string id(text);
 RQ7_VOCABULARY(RQ7_DEFINE_NAME)
 #undef RQ7_DEFINE_NAME
 

@@ -6,9 +6,7 @@
 
 #include <charconv>
 #include <cstdlib>
-#include <iomanip>
 #include <limits>
-#include <sstream>
 
 namespace quorl {
 
@@ -97,19 +95,18 @@ void AddrCodec<Digits>::append(std::string& out, const type& v) {
     out += v;
 }
 
+// Both conversions run for every address of a load and a save: plain C
+// conversions, not a string stream built (locale and all) for each value.
 template <int Digits>
 uint64_t AddrCodec<Digits>::toNumber(const std::string& text) {
-    std::istringstream in(text);
-    uint64_t v = 0;
-    in >> std::hex >> v;
-    return v;
+    return std::strtoull(text.c_str(), nullptr, 16);
 }
 
 template <int Digits>
 std::string AddrCodec<Digits>::toText(uint64_t v) {
-    std::ostringstream os;
-    os << "0x" << std::hex << std::nouppercase << v;
-    return os.str();
+    char text[2 + 16] = {'0', 'x'};
+    char* end = std::to_chars(text + 2, text + sizeof text, v, 16).ptr;
+    return std::string(text, end);
 }
 
 template struct AddrCodec<8>;

@@ -2,6 +2,7 @@
 // text forms.
 #include "common/src/AttributeKinds.h"
 #include "common/src/AttributeXml.h"
+#include "common/src/ka.common.xml.io.h"
 
 #include <gtest/gtest.h>
 
@@ -289,6 +290,28 @@ TEST(AttributeTextForms, ValuesAsTheFileWritesThem) {
         {AttributeKindTraits<AttributeKind::Enum>::toText({"a", "", "b"}), "a,,b"},
     };
     for (const Row& row : rows) EXPECT_EQ(row.actual, row.expected);
+}
+
+// Address text from the file to its number and back: digits in either case,
+// leading zeros, the widest values.
+TEST(AttributeTextForms, AddressTextToNumberAndBack) {
+    struct Row {
+        const char* text;
+        uint64_t number;
+        const char* written;
+    };
+    const Row rows[] = {
+        {"0x0", 0, "0x0"},
+        {"0x00000010", 0x10, "0x10"},
+        {"0xABCDEF01", 0xABCDEF01u, "0xabcdef01"},
+        {"0xffffffffffffffff", 0xFFFFFFFFFFFFFFFFull, "0xffffffffffffffff"},
+        {"0x8000000000000000", 0x8000000000000000ull, "0x8000000000000000"},
+    };
+    for (const Row& row : rows) {
+        EXPECT_EQ(AddrCodec<16>::toNumber(row.text), row.number) << row.text;
+        EXPECT_EQ(AddrCodec<16>::toText(row.number), row.written) << row.text;
+    }
+    EXPECT_EQ(AddrCodec<8>::toNumber("0xFFFFFFFF"), 0xFFFFFFFFu);
 }
 
 }  // namespace

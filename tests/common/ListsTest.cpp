@@ -32,6 +32,9 @@ TEST(EnumListSplit, SeparatorsTrimmingAndEmptyTokens) {
         {"\ta\n;\r b\v\f", {"a", "b"}},
         {"two words , x", {"two words", "x"}},
         {"a.b", {"a.b"}},
+        {" , ;", {"", "", ""}},
+        {"a:", {"a", ""}},
+        {"\xA0x\xA0", {"\xA0x\xA0"}},  // only the classic locale's blanks are trimmed
     };
     for (const Row& row : rows) EXPECT_EQ(quorl::splitEnumList(row.text), row.tokens) << '"' << row.text << '"';
 }

@@ -113,6 +113,29 @@ TEST(XrtWriter, ClassicLocaleAndLayoutHooks) {
     EXPECT_EQ(os.str(), std::string(k_prolog) + "  1234567\r\n");
 }
 
+// The indent at any depth, from the runtime's layout and from a subclass's
+// nest(), which must still be called once per level.
+TEST(XrtWriter, IndentAtDepthTable) {
+    struct c_spaced : c_xml_writer {
+        using c_xml_writer::c_xml_writer;
+        void nest() override { stream() << "  "; }
+    };
+    for (int depth : {0, 1, 3, 31, 32, 33, 70}) {
+        std::ostringstream plain_os, spaced_os;
+        c_xml_writer plain(plain_os);
+        c_spaced spaced(spaced_os);
+        for (int i = 0; i < depth; ++i) {
+            plain.indent();
+            spaced.indent();
+        }
+        plain(true) << 'x';
+        plain(false) << 'y';
+        spaced(true) << 'x';
+        EXPECT_EQ(plain_os.str(), std::string(k_prolog) + std::string(depth, '\t') + "xy") << depth;
+        EXPECT_EQ(spaced_os.str(), std::string(k_prolog) + std::string(2 * depth, ' ') + "x") << depth;
+    }
+}
+
 TEST(XrtWriter, EscapingTable) {
     struct {
         std::string in, out;

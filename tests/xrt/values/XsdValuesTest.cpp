@@ -158,6 +158,24 @@ TEST(XsdFloat, WritesTextsByClassOfValue) {
     for (const auto& c : doubles) EXPECT_EQ(double_to_text(c.first), c.second);
 }
 
+// The text of a value and what the stream writer gives for it never differ:
+// exponents of one to three digits, rounding that carries, the smallest values.
+TEST(XsdFloat, TextMatchesTheStreamWriter) {
+    const double doubles[] = {1e-300, -2.5e-308, 4.9e-324, 1.7976931348623157e308, 99999999999999.5,
+                              999999999999995.0, 0.000123456789012345, 1e14, 1e15, -123.456, 0.1, 7.0};
+    for (double v : doubles) {
+        std::ostringstream os;
+        write_double(os, v);
+        EXPECT_EQ(double_to_text(v), os.str()) << v;
+    }
+    const float floats[] = {1e-45f, 3.4028235e38f, 9999999.5f, 0.1f, -65536.0f, 1.17549435e-38f, 100000.0f};
+    for (float v : floats) {
+        std::ostringstream os;
+        write_float(os, v);
+        EXPECT_EQ(float_to_text(v), os.str()) << v;
+    }
+}
+
 TEST(XsdFloat, StreamWriterRestoresPrecision) {
     std::ostringstream os;
     os.precision(3);
