@@ -2,7 +2,7 @@
 # Installs what the build and the tests need, from Debian packages only.
 # Idempotent and non-interactive: does nothing when everything is present.
 set -euo pipefail
-pkgs=(g++ clang libclang-rt-14-dev ccache python3 cmake ninja-build pkg-config
+pkgs=(g++ clang clang-format libclang-rt-14-dev ccache python3 cmake ninja-build pkg-config
       libboost-dev libboost-program-options-dev libboost-thread-dev
       libboost-system-dev libboost-filesystem-dev
       libxml2-dev googletest libgtest-dev libgmock-dev libbenchmark-dev

@@ -63,7 +63,7 @@ class c_IntRange;
 template <AttributeKind K>
 class c_RealRange;
 template <AttributeKind K>
-struct NoRange;
+class NoRange;
 struct TextCodec;
 struct FlagCodec;
 template <class T>

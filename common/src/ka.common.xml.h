@@ -134,7 +134,7 @@ private:
 
 // The range of a kind without one.
 template <AttributeKind K>
-struct NoRange {};
+class NoRange {};
 
 // ---- Extras: what an attribute element holds beyond its four common children.
 

@@ -22,7 +22,6 @@ namespace {
 const uint64_t DDR_BASE = 0xa0000000;  // the example's DDR trace buffer
 const std::string DDR_RWP = "0x80060018", DDR_STS = "0x8006000c", DDR_FFCR = "0x80060304";
 const std::string ETF_RSZ = "0x80050004", ETF_RRD = "0x80050010", ETF_FFCR = "0x80050304";
-const uint32_t FLUSH_MAN = 0x40;
 const unsigned CORE0_ID = 2;  // ATB ID of "Cluster 0 Core 0"
 
 std::string hexText(uint64_t value) {
