@@ -16,6 +16,7 @@
 #include <algorithm>
 #include <set>
 #include <sstream>
+#include <unordered_set>
 
 namespace CONFIG_KA2 {
 
@@ -262,20 +263,18 @@ void TraceTargetConfigPluginKA2::linkDependencies() {
 
 bool TraceTargetConfigPluginKA2::resetModules() {
     std::vector<std::string> names;
-    for (const auto& module : moduleList) names.push_back(module->getName());
+    std::unordered_set<std::string> listed;
+    for (const auto& module : moduleList) {
+        names.push_back(module->getName());
+        listed.insert(names.back());
+    }
 
-    // Close the list under the dependencies; appended names are walked too.
-    bool added = true;
-    while (added) {
-        added = false;
-        for (std::size_t i = 0; i < names.size(); ++i) {
-            auto dependency = dependencyMap.find(names[i]);
-            if (dependency == dependencyMap.end()) continue;
-            if (std::find(names.begin(), names.end(), dependency->second) == names.end()) {
-                names.push_back(dependency->second);
-                added = true;
-            }
-        }
+    // Close the list under the dependencies in one pass: appended names are
+    // walked too. A name already listed is not appended again.
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        auto dependency = dependencyMap.find(names[i]);
+        if (dependency != dependencyMap.end() && listed.insert(dependency->second).second)
+            names.push_back(dependency->second);
     }
 
     for (const std::string& name : names) {

@@ -609,7 +609,7 @@ void Checker::checkAddresses() {
     // every source that stamps its trace: those writes are its own.
     Plan plan;
     try {
-        plan = makePlan(path, PlanOptions());
+        plan = makePlan(*plugin, path, PlanOptions());
     } catch (const std::exception&) {
         return;
     }

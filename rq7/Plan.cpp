@@ -253,9 +253,17 @@ Plan makePlan(const std::string& configFile, const PlanOptions& options) {
     quorl::TraceModuleCreator::forgetSharedObjects();
     CONFIG_KA2::TraceTargetConfigPluginKA2 plugin(PluginId, PluginVersion, configFile,
                                                   PluginClassName);
+    return makePlan(plugin, configFile, options);
+}
+
+Plan makePlan(CONFIG_KA2::TraceTargetConfigPluginKA2& plugin, const std::string& configFile,
+              const PlanOptions& options) {
+    StdoutToStderr logToStderr;
     boost::shared_ptr<quorl::Configuration> configuration = plugin.getConfiguration();
     if (!configuration) throw LoadError(describeLoadFailure(configFile));
     plugin.setSaveEnabled(false);
+    // Modules of an earlier load must not share objects with this run's.
+    quorl::TraceModuleCreator::forgetSharedObjects();
 
     Plan plan;
     std::string why;

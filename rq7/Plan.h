@@ -10,6 +10,10 @@
 #include <string>
 #include <vector>
 
+namespace CONFIG_KA2 {
+class TraceTargetConfigPluginKA2;
+}
+
 namespace rq7 {
 
 struct Access {
@@ -46,5 +50,10 @@ gtasim::MemoryImage loadMemoryImage(const std::string& path);
 
 // Log lines of the run go to stderr. Throws LoadError. Never writes the file.
 Plan makePlan(const std::string& configFile, const PlanOptions& options);
+// The same over a plugin that has already loaded `configFile`, for callers
+// that hold one (lint): the file is not loaded a second time. The run
+// rebuilds the plugin's modules and turns its saving off.
+Plan makePlan(CONFIG_KA2::TraceTargetConfigPluginKA2& plugin, const std::string& configFile,
+              const PlanOptions& options);
 
 }  // namespace rq7

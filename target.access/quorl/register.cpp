@@ -87,12 +87,14 @@ template <typename T>
 void RegisterManager<T>::setNumberOfResources(unsigned count) {
     if (count > registers.size()) return;
     ResourceManager::setNumberOfResources(count);
-    build(count);
+    // The first `count` registers are already those a new build would make.
+    registers.resize(count);
 }
 
 template <typename T>
 void RegisterManager<T>::build(unsigned count) {
     registers.clear();
+    registers.reserve(count);
     for (unsigned i = 0; i < count; ++i)
         registers.push_back(boost::shared_ptr<Register<T>>(new Register<T>(
             baseAddress + uint64_t(i) * sizeof(T), memorySpace, prefix + std::to_string(i),
