@@ -24,7 +24,9 @@ const unsigned kMinDescriptionLength = 40;
 
 }  // namespace
 
-const char* versionText() { return kVersionText; }
+const char* versionText() {
+    return kVersionText;
+}
 
 int runCommandLine(int argc, const char* const argv[]) {
     quorl::QORLBoostTypedValue* configFile = new quorl::QORLBoostTypedValue("path", "");
@@ -33,11 +35,9 @@ int runCommandLine(int argc, const char* const argv[]) {
     const std::string usage = "Usage: rq7.config <-h|-v|-d|-c <xml_config_file>";
     po::options_description visible("Options", kLineLength, kMinDescriptionLength);
     po::options_description all(kLineLength, kMinDescriptionLength);
-    visible.add_options()
-        ("help,h", "  Displays this help message")
-        ("config-file,c", configFile, "  Path to the xml configuration file")
-        ("disable,d", "  Disables all trace generators")
-        ("version,v", "  Shows version info");
+    visible.add_options()("help,h", "  Displays this help message")("config-file,c", configFile,
+                                                                    "  Path to the xml configuration file")(
+        "disable,d", "  Disables all trace generators")("version,v", "  Shows version info");
     all.add(visible);
 
     po::variables_map vm;

@@ -5,8 +5,8 @@
 #include "common/src/Configuration.h"
 #include "common/src/Names.h"
 #include "plugin/TraceTargetConfigPluginKA2.h"
-#include "target.access/TaProcessLTA.h"
 #include "target.access/TaClient.h"
+#include "target.access/TaProcessLTA.h"
 #include "target.access/TaProcessManager.h"
 #include "target.access/Uuid.h"
 #include "target.access/server/DummyServer.h"
@@ -54,11 +54,9 @@ int runSequence(const std::string& configFile, int disableCount) {
     if (!plugin) return fail(std::cout, "Internal error: could not allocate configurator plugin.");
 
     boost::shared_ptr<quorl::Configuration> configuration = plugin->getConfiguration();
-    if (!configuration)
-        return fail(std::cout, "[RQ7 Trace Configuration Client] Cannot find configuration");
+    if (!configuration) return fail(std::cout, "[RQ7 Trace Configuration Client] Cannot find configuration");
 
-    boost::shared_ptr<quorl::ConfigBlock> targetAccess =
-        configuration->getConfigBlock(quorl::BLOCK_TARGET_ACCESS);
+    boost::shared_ptr<quorl::ConfigBlock> targetAccess = configuration->getConfigBlock(quorl::BLOCK_TARGET_ACCESS);
     if (!targetAccess)
         return fail(std::cout,
                     "[RQ7 Trace Configuration Client]: Unable to get configuration block: "
@@ -66,13 +64,11 @@ int runSequence(const std::string& configFile, int disableCount) {
 
     auto serverAddress = boost::dynamic_pointer_cast<quorl::StringAttribute>(
         targetAccess->getConfigAttribute(quorl::ATTR_SERVER_ADDRESS));
-    if (!serverAddress)
-        return fail(std::cerr, "[RQ7 CONFIG]: Could not find 'ServerAddress' config block!");
+    if (!serverAddress) return fail(std::cerr, "[RQ7 CONFIG]: Could not find 'ServerAddress' config block!");
 
-    auto serverPort = boost::dynamic_pointer_cast<quorl::UInt32Attribute>(
-        targetAccess->getConfigAttribute(quorl::ATTR_SERVER_PORT));
-    if (!serverPort)
-        return fail(std::cerr, "[RQ7 CONFIG]: Could not find 'ServerPort' config block!");
+    auto serverPort =
+        boost::dynamic_pointer_cast<quorl::UInt32Attribute>(targetAccess->getConfigAttribute(quorl::ATTR_SERVER_PORT));
+    if (!serverPort) return fail(std::cerr, "[RQ7 CONFIG]: Could not find 'ServerPort' config block!");
     const uint32_t port = serverPort->getValue();
     if (port >= PortLimit) return fail(std::cerr, "[RQ7 CONFIG]: Invalid port number!");
 
@@ -90,13 +86,11 @@ int runSequence(const std::string& configFile, int disableCount) {
     // An empty list ends the program here with the out-of-range error of the access.
     const std::string accessMethod = methodValues->at(0);
 
-    boost::shared_ptr<quorl::TargetConfig_TaProcessClient> client(
-        new quorl::TargetConfig_TaProcessClient());
+    boost::shared_ptr<quorl::TargetConfig_TaProcessClient> client(new quorl::TargetConfig_TaProcessClient());
     // The in-process agent server always listens on its default port; a Logger
     // configuration must name that port for its process to reach it.
     quorl::DummyServer server(quorl::DummyServer::DEFAULT_PORT);
-    if (!client)
-        return fail(std::cout, "Internal error: could not allocate internal structure.");
+    if (!client) return fail(std::cout, "Internal error: could not allocate internal structure.");
 
     const bool logger = accessMethod == quorl::VALUE_LOGGER;
     if (!logger && accessMethod != quorl::VALUE_LTA && accessMethod != quorl::VALUE_GTA)
@@ -107,8 +101,7 @@ int runSequence(const std::string& configFile, int disableCount) {
     boost::shared_ptr<quorl::TaProcess> process;
     if (logger) {
         process.reset(new quorl::TaProcessLTA(serverAddress->getValue(), static_cast<int>(port)));
-        if (!process)
-            return fail(std::cout, "[RQ7 Trace Configuration Client] Cannot find valid process");
+        if (!process) return fail(std::cout, "[RQ7 Trace Configuration Client] Cannot find valid process");
         // The process connects on its first access; by then the server listens.
         keepLoggerRunOnOneCpu();
         server.run();
@@ -117,8 +110,7 @@ int runSequence(const std::string& configFile, int disableCount) {
         manager.getAccessType(client, targetAccess);
         // A failing GTA connection throws out of here on purpose: nothing catches it.
         process = manager.createProcess(client->getId(), targetAccess);
-        if (!process)
-            return fail(std::cout, "[RQ7 Trace Configuration Client] Cannot find valid process");
+        if (!process) return fail(std::cout, "[RQ7 Trace Configuration Client] Cannot find valid process");
     }
 
     plugin->setAccessProcess(process);
@@ -136,10 +128,9 @@ int runSequence(const std::string& configFile, int disableCount) {
     }
 
     if (!result)
-        return fail(std::cout, disable ? "Trace Generators were unsuccessfully disabled."
-                                       : "Configuration was unsuccessful.");
-    std::cout << (disable ? "Trace Generators were successfully disabled."
-                          : "Configuration finished successfully.")
+        return fail(std::cout,
+                    disable ? "Trace Generators were unsuccessfully disabled." : "Configuration was unsuccessful.");
+    std::cout << (disable ? "Trace Generators were successfully disabled." : "Configuration finished successfully.")
               << std::endl;
     return 0;
 }

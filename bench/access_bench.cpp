@@ -19,10 +19,10 @@
 // Run with stdout sent away, since the server prints one trace line per
 // access, as in a real Logger run:
 //   access_bench --benchmark_out=access.txt --benchmark_out_format=console >/dev/null
-#include "tests/support/Loopback.h"
 #include "target.access/TaProcessLTA.h"
 #include "target.access/quorl/register.h"
 #include "target.access/server/DummyServer.h"
+#include "tests/support/Loopback.h"
 
 #include <benchmark/benchmark.h>
 #include <boost/make_shared.hpp>
@@ -50,8 +50,8 @@ template <typename Op>
 void measure(benchmark::State& state, Op op) {
     const double start = processCpuNs();
     for (auto _ : state) op();
-    state.counters["cpu_both_ends_ns"] = benchmark::Counter(
-        (processCpuNs() - start) / double(state.iterations()), benchmark::Counter::kAvgThreads);
+    state.counters["cpu_both_ends_ns"] =
+        benchmark::Counter((processCpuNs() - start) / double(state.iterations()), benchmark::Counter::kAvgThreads);
 }
 
 // A loopback peer that answers each request with `answer` bytes, sent in the

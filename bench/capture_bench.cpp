@@ -34,8 +34,8 @@ struct Sim {
         for (auto& b : bytes) b = static_cast<uint8_t>(random());
         image.write("APB", BUFFER_BASE, bytes.data(), bytes.size());
         // As a configure run leaves the sink, then full up to its end.
-        image.writeValue("APB", 0x80060118, BUFFER_BASE, 4, false);       // DBALO
-        image.writeValue("APB", 0x80060004, BUFFER_SIZE / 4, 4, false);   // RSZ, words
+        image.writeValue("APB", 0x80060118, BUFFER_BASE, 4, false);                // DBALO
+        image.writeValue("APB", 0x80060004, BUFFER_SIZE / 4, 4, false);            // RSZ, words
         image.writeValue("APB", 0x80060018, BUFFER_BASE + BUFFER_SIZE, 4, false);  // RWP
         gtasim::Options options;
         options.clearOnWrite.push_back({"APB", 0x80060304, 0x40});  // the flush completes at once
@@ -74,8 +74,8 @@ void BM_BareMemRead16MiB(benchmark::State& state) {
 BENCHMARK(BM_BareMemRead16MiB)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(3);
 
 void BM_Capture16MiB(benchmark::State& state) {
-    const std::string dir = std::filesystem::temp_directory_path().string() + "/capture_bench_" +
-                            std::to_string(::getpid());
+    const std::string dir =
+        std::filesystem::temp_directory_path().string() + "/capture_bench_" + std::to_string(::getpid());
     std::filesystem::create_directories(dir);
     std::ifstream in(std::string(RQ7_EXAMPLES_DIR) + "/ka7710x_gta.xml");
     std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());

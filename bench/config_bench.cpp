@@ -32,26 +32,33 @@ namespace {
 std::string attribute(size_t i) {
     const std::string name = "<Name>attr " + std::to_string(i) + "</Name>";
     switch (i % 8) {
-        case 0: return "<StringAttribute>" + name + "<DefaultValue>text &amp; more</DefaultValue></StringAttribute>";
+        case 0:
+            return "<StringAttribute>" + name + "<DefaultValue>text &amp; more</DefaultValue></StringAttribute>";
         case 1:
             return "<UInt32Attribute>" + name +
                    "<DefaultValue>45000</DefaultValue><UInt32Range><MinValue>1</MinValue><MaxValue>65535</MaxValue>"
                    "</UInt32Range></UInt32Attribute>";
-        case 2: return "<Addr64Attribute>" + name + "<DefaultValue>0x80001000</DefaultValue></Addr64Attribute>";
-        case 3: return "<BoolAttribute>" + name + "<DefaultValue>true</DefaultValue></BoolAttribute>";
+        case 2:
+            return "<Addr64Attribute>" + name + "<DefaultValue>0x80001000</DefaultValue></Addr64Attribute>";
+        case 3:
+            return "<BoolAttribute>" + name + "<DefaultValue>true</DefaultValue></BoolAttribute>";
         case 4:
             return "<EnumAttribute>" + name +
                    "<DefaultValue>Logger</DefaultValue><EnumValues>LTA,Logger,GTA</EnumValues></EnumAttribute>";
-        case 5: return "<Int64Attribute>" + name + "<DefaultValue>-123456789</DefaultValue></Int64Attribute>";
-        case 6: return "<DoubleAttribute>" + name + "<DefaultValue>2.5</DefaultValue></DoubleAttribute>";
+        case 5:
+            return "<Int64Attribute>" + name + "<DefaultValue>-123456789</DefaultValue></Int64Attribute>";
+        case 6:
+            return "<DoubleAttribute>" + name + "<DefaultValue>2.5</DefaultValue></DoubleAttribute>";
         default:
-            return "<Addr32Attribute>" + name + "<DefaultValue>0xABC</DefaultValue><ReadOnly>true</ReadOnly>"
+            return "<Addr32Attribute>" + name +
+                   "<DefaultValue>0xABC</DefaultValue><ReadOnly>true</ReadOnly>"
                    "</Addr32Attribute>";
     }
 }
 
-const std::string kHead = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<QUORL><Configuration><Name>Bench</Name>"
-                          "<Version>1</Version>";
+const std::string kHead =
+    "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<QUORL><Configuration><Name>Bench</Name>"
+    "<Version>1</Version>";
 const std::string kTail = "</Configuration></QUORL>\n";
 
 std::string wideBlock(size_t n) {
@@ -132,7 +139,8 @@ void loadSaveBench(benchmark::State& state, Shape shape) {
 void libxml2Bench(benchmark::State& state, Shape shape) {
     const std::string& text = document(shape, static_cast<size_t>(state.range(0)));
     for (auto _ : state) {
-        xmlDocPtr tree = xmlReadMemory(text.data(), static_cast<int>(text.size()), "bench.xml", nullptr, XML_PARSE_NONET);
+        xmlDocPtr tree =
+            xmlReadMemory(text.data(), static_cast<int>(text.size()), "bench.xml", nullptr, XML_PARSE_NONET);
         if (!tree || xmlSaveFile(savePath.c_str(), tree) < 0) state.SkipWithError("libxml2 failed");
         xmlFreeDoc(tree);
     }
@@ -140,13 +148,27 @@ void libxml2Bench(benchmark::State& state, Shape shape) {
     std::remove(savePath.c_str());
 }
 
-void BM_load_wide(benchmark::State& s) { loadBench(s, WIDE); }
-void BM_save_wide(benchmark::State& s) { saveBench(s, WIDE); }
-void BM_load_blocks(benchmark::State& s) { loadBench(s, BLOCKS); }
-void BM_save_blocks(benchmark::State& s) { saveBench(s, BLOCKS); }
-void BM_load_save_mixed(benchmark::State& s) { loadSaveBench(s, MIXED); }
-void BM_load_mixed(benchmark::State& s) { loadBench(s, MIXED); }
-void BM_libxml2_parse_save_mixed(benchmark::State& s) { libxml2Bench(s, MIXED); }
+void BM_load_wide(benchmark::State& s) {
+    loadBench(s, WIDE);
+}
+void BM_save_wide(benchmark::State& s) {
+    saveBench(s, WIDE);
+}
+void BM_load_blocks(benchmark::State& s) {
+    loadBench(s, BLOCKS);
+}
+void BM_save_blocks(benchmark::State& s) {
+    saveBench(s, BLOCKS);
+}
+void BM_load_save_mixed(benchmark::State& s) {
+    loadSaveBench(s, MIXED);
+}
+void BM_load_mixed(benchmark::State& s) {
+    loadBench(s, MIXED);
+}
+void BM_libxml2_parse_save_mixed(benchmark::State& s) {
+    libxml2Bench(s, MIXED);
+}
 
 constexpr int64_t kMiB10 = 10 * 1024 * 1024;
 

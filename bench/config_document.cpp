@@ -55,9 +55,10 @@ void put_attributes(std::string& out, const char* tabs, unsigned block, unsigned
 std::string make_config_document(std::size_t min_bytes) {
     std::string out;
     out.reserve(min_bytes + 8192);
-    out += "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<QUORL>\n\t<Configuration>\n"
-           "\t\t<Name>Bench</Name>\n\t\t<Version>1.0</Version>\n"
-           "\t\t<Comments>Generated document &lt;benchmark&gt;</Comments>\n";
+    out +=
+        "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<QUORL>\n\t<Configuration>\n"
+        "\t\t<Name>Bench</Name>\n\t\t<Version>1.0</Version>\n"
+        "\t\t<Comments>Generated document &lt;benchmark&gt;</Comments>\n";
     static const char* const k_tail = "\t</Configuration>\n</QUORL>\n";
     for (unsigned block = 0; out.size() < min_bytes; ++block) {
         put(out, "\t\t<ConfigBlock>\n\t\t\t<Name>Trace Unit %u</Name>\n", block);

@@ -7,11 +7,11 @@
 // column is the time of the whole process (client and server threads), the
 // steadier figure on a busy machine:
 //   gta_bench --benchmark_repetitions=10 --benchmark_enable_random_interleaving=true
-#include "tests/support/Loopback.h"
 #include "gta/gta.h"
 #include "target.access/ExtAddress.h"
 #include "target.access/TaProcessGTA.h"
 #include "target.access/quorl/register.h"
+#include "tests/support/Loopback.h"
 #include "tools/gta-sim/GtaSim.h"
 
 #include <benchmark/benchmark.h>

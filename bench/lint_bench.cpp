@@ -15,11 +15,11 @@
 
 #include <benchmark/benchmark.h>
 
+#include <unistd.h>
 #include <ctime>
 #include <fstream>
 #include <stdexcept>
 #include <string>
-#include <unistd.h>
 
 namespace {
 

@@ -18,13 +18,13 @@
 
 #include <benchmark/benchmark.h>
 
-#include <ctime>
+#include <unistd.h>
 #include <cstdlib>
+#include <ctime>
 #include <fstream>
 #include <sstream>
 #include <stdexcept>
 #include <string>
-#include <unistd.h>
 
 namespace {
 

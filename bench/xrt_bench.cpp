@@ -127,10 +127,14 @@ struct integer_bounds {
 
 integer_bounds bounds_of(value_kind kind) {
     switch (kind) {
-    case vk_int32: return {"-2147483648", "2147483647"};
-    case vk_uint32: return {"0", "4294967295"};
-    case vk_int64: return {"-9223372036854775808", "9223372036854775807"};
-    default: return {"0", "18446744073709551615"};
+        case vk_int32:
+            return {"-2147483648", "2147483647"};
+        case vk_uint32:
+            return {"0", "4294967295"};
+        case vk_int64:
+            return {"-9223372036854775808", "9223372036854775807"};
+        default:
+            return {"0", "18446744073709551615"};
     }
 }
 
@@ -204,48 +208,48 @@ private:
         std::ostream* os = m_writer ? &(*m_writer)(true) : nullptr;
         if (os) *os << '<' << info.name << '>';
         switch (kind) {
-        case vk_text:
-            if (m_writer) m_writer->write_escaped(m_value);
-            break;
-        case vk_bool:
-            if (!is_boolean_text(m_value)) return false;
-            if (os) *os << (boolean_value(m_value) ? "true" : "false");
-            break;
-        case vk_int32:
-        case vk_uint32:
-        case vk_int64:
-        case vk_uint64: {
-            const integer_bounds b = bounds_of(kind);
-            if (check_integer_text(m_value, b.min, b.max) != e_no_error) return false;
-            if (kind == vk_uint64 || kind == vk_uint32) {
-                const unsigned long long v = std::strtoull(m_value.c_str(), nullptr, 10);
-                if (os) *os << v;
-            } else {
-                const long long v = std::strtoll(m_value.c_str(), nullptr, 10);
-                if (os) *os << v;
+            case vk_text:
+                if (m_writer) m_writer->write_escaped(m_value);
+                break;
+            case vk_bool:
+                if (!is_boolean_text(m_value)) return false;
+                if (os) *os << (boolean_value(m_value) ? "true" : "false");
+                break;
+            case vk_int32:
+            case vk_uint32:
+            case vk_int64:
+            case vk_uint64: {
+                const integer_bounds b = bounds_of(kind);
+                if (check_integer_text(m_value, b.min, b.max) != e_no_error) return false;
+                if (kind == vk_uint64 || kind == vk_uint32) {
+                    const unsigned long long v = std::strtoull(m_value.c_str(), nullptr, 10);
+                    if (os) *os << v;
+                } else {
+                    const long long v = std::strtoll(m_value.c_str(), nullptr, 10);
+                    if (os) *os << v;
+                }
+                break;
             }
-            break;
-        }
-        case vk_addr32:
-        case vk_addr64: {
-            if (!address_pattern(kind).is_match(m_value)) return false;
-            const unsigned long long v = std::strtoull(m_value.c_str() + 2, nullptr, 16);
-            if (os) *os << "0x" << std::hex << v << std::dec;
-            break;
-        }
-        case vk_float:
-        case vk_double:
-            if (!is_float_text(m_value)) return false;
-            if (kind == vk_float) {
-                const float v = float_from_text(m_value);
-                if (os) write_float(*os, v);
-            } else {
-                const double v = double_from_text(m_value);
-                if (os) write_double(*os, v);
+            case vk_addr32:
+            case vk_addr64: {
+                if (!address_pattern(kind).is_match(m_value)) return false;
+                const unsigned long long v = std::strtoull(m_value.c_str() + 2, nullptr, 16);
+                if (os) *os << "0x" << std::hex << v << std::dec;
+                break;
             }
-            break;
-        default:
-            return false;
+            case vk_float:
+            case vk_double:
+                if (!is_float_text(m_value)) return false;
+                if (kind == vk_float) {
+                    const float v = float_from_text(m_value);
+                    if (os) write_float(*os, v);
+                } else {
+                    const double v = double_from_text(m_value);
+                    if (os) write_double(*os, v);
+                }
+                break;
+            default:
+                return false;
         }
         if (os) *os << "</" << info.name << '>' << m_writer->endl();
         return true;
@@ -433,8 +437,7 @@ void print_memory_table(const char* self) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (argc == 4 && std::strcmp(argv[1], "--rss") == 0)
-        return rss_mode(argv[2], std::strtoul(argv[3], nullptr, 10));
+    if (argc == 4 && std::strcmp(argv[1], "--rss") == 0) return rss_mode(argv[2], std::strtoul(argv[3], nullptr, 10));
     if ((argc == 4 || argc == 5) && std::strcmp(argv[1], "--once") == 0) {
         const bool xrt = std::strcmp(argv[2], "xrt") == 0;
         const std::string doc = rq7bench::make_config_document(std::strtoul(argv[3], nullptr, 10) * k_mib);

@@ -9,7 +9,9 @@ namespace {
 GtaMallocFn allocateFn = std::malloc;
 GtaFreeFn releaseFn = std::free;
 
-uint64_t effectiveMax(const GtaBuffer* b) { return b->maxSize ? b->maxSize : GTA_BUFFER_UNLIMITED; }
+uint64_t effectiveMax(const GtaBuffer* b) {
+    return b->maxSize ? b->maxSize : GTA_BUFFER_UNLIMITED;
+}
 
 }  // namespace
 
@@ -18,7 +20,9 @@ void gta_set_allocator(GtaMallocFn allocate, GtaFreeFn release) {
     releaseFn = release ? release : std::free;
 }
 
-void* gta_malloc(size_t size) { return allocateFn(size); }
+void* gta_malloc(size_t size) {
+    return allocateFn(size);
+}
 
 void gta_free(void* p) {
     if (p) releaseFn(p);

@@ -15,7 +15,9 @@ char* copyText(const char* text) {
     return s;
 }
 
-bool sameText(const char* a, const char* b) { return std::strcmp(a ? a : "", b ? b : "") == 0; }
+bool sameText(const char* a, const char* b) {
+    return std::strcmp(a ? a : "", b ? b : "") == 0;
+}
 
 const char* modeSuffix(uint32_t mode) {
     if (mode == GTA_MODE_SIMULATOR) return "-sim";
@@ -47,8 +49,7 @@ int32_t equalsMemory(const GtaContext* a, const GtaContext* b) {
     auto* x = reinterpret_cast<const GtaMemoryContext*>(a);
     auto* y = reinterpret_cast<const GtaMemoryContext*>(b);
     if (!sameText(a->name, b->name) || !sameText(x->device.device, y->device.device) ||
-        x->device.mode != y->device.mode || !sameText(x->core, y->core) ||
-        a->propertyCount != b->propertyCount)
+        x->device.mode != y->device.mode || !sameText(x->core, y->core) || a->propertyCount != b->propertyCount)
         return 0;
     for (uint64_t i = 0; i < a->propertyCount; ++i) {
         const GtaProperty& p = a->properties[i];
@@ -62,8 +63,7 @@ int32_t cloneMemory(const GtaContext* c, GtaContext** out) {
     auto* m = reinterpret_cast<const GtaMemoryContext*>(c);
     int32_t rc = gta_context_create(c->name, m->device.device, m->device.mode, m->core, out);
     for (uint64_t i = 0; rc == GTA_OK && i < c->propertyCount; ++i)
-        rc = gta_context_add_property(*out, c->properties[i].scope, c->properties[i].key,
-                                      c->properties[i].value);
+        rc = gta_context_add_property(*out, c->properties[i].scope, c->properties[i].key, c->properties[i].value);
     if (rc != GTA_OK) {
         gta_context_destroy(*out);
         *out = nullptr;
@@ -103,8 +103,7 @@ const GtaContextOps MEMORY_OPS = {GTA_CONTEXT_MEMORY, destroyMemory, equalsMemor
 
 }  // namespace
 
-int32_t gta_context_create(const char* name, const char* device, uint32_t mode, const char* core,
-                           GtaContext** out) {
+int32_t gta_context_create(const char* name, const char* device, uint32_t mode, const char* core, GtaContext** out) {
     *out = nullptr;
     auto* m = static_cast<GtaMemoryContext*>(gta_malloc(sizeof(GtaMemoryContext)));
     if (!m) return GTA_ERR_NO_MEMORY;
@@ -129,8 +128,7 @@ void gta_context_destroy(GtaContext* context) {
     if (context) context->ops->destroy(context);
 }
 
-int32_t gta_context_add_property(GtaContext* context, uint32_t scope, const char* key,
-                                 const char* value) {
+int32_t gta_context_add_property(GtaContext* context, uint32_t scope, const char* key, const char* value) {
     if (context->propertyCount == context->propertyCapacity) {
         uint64_t capacity = context->propertyCapacity ? 2 * context->propertyCapacity : GTA_PROPERTIES_CAPACITY;
         auto* list = static_cast<GtaProperty*>(gta_malloc(capacity * sizeof(GtaProperty)));

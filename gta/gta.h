@@ -13,19 +13,19 @@
 
 enum : int32_t {
     GTA_OK = 0,
-    GTA_ERR_HEX = -2,             // bad hexadecimal data
+    GTA_ERR_HEX = -2,  // bad hexadecimal data
     GTA_ERR_NO_MEMORY = -3,
     GTA_ERR_BUFFER_LIMIT = -4,
-    GTA_ERR_URL = -101,           // bad URL
-    GTA_ERR_SCHEME = -102,        // unknown URL scheme
-    GTA_ERR_CONNECT = -103,       // the TCP connection failed
+    GTA_ERR_URL = -101,      // bad URL
+    GTA_ERR_SCHEME = -102,   // unknown URL scheme
+    GTA_ERR_CONNECT = -103,  // the TCP connection failed
     GTA_ERR_SEND = -104,
-    GTA_ERR_RECEIVE = -105,       // a receive failed, or not connected
-    GTA_ERR_CLOSED = -107,        // the peer closed the connection
+    GTA_ERR_RECEIVE = -105,  // a receive failed, or not connected
+    GTA_ERR_CLOSED = -107,   // the peer closed the connection
     GTA_ERR_TIMEOUT = -108,
     GTA_ERR_WAIT = -109,
     GTA_ERR_SOCKET_LIBRARY = -110,
-    GTA_ERR_CHECKSUM = -200,      // checksum failure, or a nack
+    GTA_ERR_CHECKSUM = -200,  // checksum failure, or a nack
     GTA_ERR_BAD_PACKET = -202,
     GTA_ERR_COMMAND = -300,       // the server refused the command, or a short reply
     GTA_ERR_COMMAND_TEXT = -301,  // the command text could not be built
@@ -251,11 +251,9 @@ struct GtaMemoryContext {
     char* core;
 };
 
-int32_t gta_context_create(const char* name, const char* device, uint32_t mode, const char* core,
-                           GtaContext** out);
+int32_t gta_context_create(const char* name, const char* device, uint32_t mode, const char* core, GtaContext** out);
 void gta_context_destroy(GtaContext* context);
-int32_t gta_context_add_property(GtaContext* context, uint32_t scope, const char* key,
-                                 const char* value);
+int32_t gta_context_add_property(GtaContext* context, uint32_t scope, const char* key, const char* value);
 // The context's own id (its full level).
 int32_t gta_context_id(const GtaContext* context, char** out);
 
@@ -271,9 +269,9 @@ int32_t gta_context_connect(GtaSession* session, GtaContext* context);
 int32_t gta_exec(GtaSession* session, const char* text, GtaPacket** out);
 // Runs a monitor command whose reply must be "OK".
 int32_t gta_exec_ok(GtaSession* session, const char* text);
-int32_t gta_mem_read(GtaSession* session, GtaContext* context, uint64_t address,
-                     const char* memorySpace, int32_t width, int32_t count, void* buffer);
-int32_t gta_mem_read_piped(GtaSession* session, GtaContext* context, uint64_t address,
-                           const char* memorySpace, int32_t width, int32_t count, void* buffer);
-int32_t gta_mem_write(GtaSession* session, GtaContext* context, uint64_t address,
-                      const char* memorySpace, int32_t width, int32_t count, const void* buffer);
+int32_t gta_mem_read(GtaSession* session, GtaContext* context, uint64_t address, const char* memorySpace, int32_t width,
+                     int32_t count, void* buffer);
+int32_t gta_mem_read_piped(GtaSession* session, GtaContext* context, uint64_t address, const char* memorySpace,
+                           int32_t width, int32_t count, void* buffer);
+int32_t gta_mem_write(GtaSession* session, GtaContext* context, uint64_t address, const char* memorySpace,
+                      int32_t width, int32_t count, const void* buffer);

@@ -23,9 +23,13 @@ int hexValue(uint8_t c) {
     return -1;
 }
 
-bool needsEscape(uint8_t c) { return c == '#' || c == '$' || c == '*' || c == ESCAPE; }
+bool needsEscape(uint8_t c) {
+    return c == '#' || c == '$' || c == '*' || c == ESCAPE;
+}
 
-bool debugOn(const GtaSession* s) { return s->debugSink && (s->debugSink->flags & GTA_DEBUG_ENABLED); }
+bool debugOn(const GtaSession* s) {
+    return s->debugSink && (s->debugSink->flags & GTA_DEBUG_ENABLED);
+}
 
 void debug(GtaSession* s, const char* format, ...) __attribute__((format(printf, 2, 3)));
 void debug(GtaSession* s, const char* format, ...) {
@@ -54,14 +58,18 @@ std::string printable(const uint8_t* data, uint64_t size) {
 }
 
 // Drops whatever is buffered after a transport failure.
-void dropReadBuffer(GtaSession* s) { s->readFill = s->readPosition = 0; }
+void dropReadBuffer(GtaSession* s) {
+    s->readFill = s->readPosition = 0;
+}
 
 uint64_t monotonicMs() {
     using namespace std::chrono;
     return static_cast<uint64_t>(duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count());
 }
 
-void armReplyDeadline(GtaSession* s) { s->replyDeadline = monotonicMs() + GTA_REPLY_SILENCE_LIMIT_MS; }
+void armReplyDeadline(GtaSession* s) {
+    s->replyDeadline = monotonicMs() + GTA_REPLY_SILENCE_LIMIT_MS;
+}
 
 // A server that let the reply deadline pass is treated as gone: the
 // connection is closed, so that this command and every later one fail as
@@ -107,10 +115,14 @@ int32_t takeByte(GtaSession* s, uint8_t* out) {
     return GTA_OK;
 }
 
-int32_t storeByte(GtaPacket* p, uint8_t c) { return gta_buffer_append(&p->buffer, &c, 1); }
+int32_t storeByte(GtaPacket* p, uint8_t c) {
+    return gta_buffer_append(&p->buffer, &c, 1);
+}
 
 // Builds the printable text of the reply for the debug trace only.
-std::string replyText(const GtaPacket* p) { return printable(p->buffer.data, p->buffer.size); }
+std::string replyText(const GtaPacket* p) {
+    return printable(p->buffer.data, p->buffer.size);
+}
 
 // Writes the acknowledgement for a received packet.
 int32_t acknowledge(GtaSession* s, bool match) {
@@ -255,7 +267,9 @@ int32_t gta_decode_hex(const char* text, uint64_t size, uint8_t* out) {
     return GTA_OK;
 }
 
-int32_t gta_packet_begin(GtaSession* session) { return gta_buffer_append(session->command, "$", 1); }
+int32_t gta_packet_begin(GtaSession* session) {
+    return gta_buffer_append(session->command, "$", 1);
+}
 
 int32_t gta_packet_append(GtaSession* session, const void* data, uint64_t size, uint32_t encoding) {
     GtaBuffer* b = session->command;
@@ -267,9 +281,12 @@ int32_t gta_packet_append(GtaSession* session, const void* data, uint64_t size, 
     int32_t rc = gta_buffer_grow(b, b->size + size * factor);
     if (rc != GTA_OK) return rc;
     char* out = reinterpret_cast<char*>(b->data + b->size);
-    if (encoding & GTA_ENCODE_DOUBLE_HEX) b->size += gta_encode_double_hex(data, size, out);
-    else if (encoding & GTA_ENCODE_HEX) b->size += gta_encode_hex(data, size, out);
-    else if (encoding & GTA_ENCODE_ESCAPED) b->size += gta_encode_escaped(data, size, out);
+    if (encoding & GTA_ENCODE_DOUBLE_HEX)
+        b->size += gta_encode_double_hex(data, size, out);
+    else if (encoding & GTA_ENCODE_HEX)
+        b->size += gta_encode_hex(data, size, out);
+    else if (encoding & GTA_ENCODE_ESCAPED)
+        b->size += gta_encode_escaped(data, size, out);
     else {
         if (size) std::memcpy(out, data, size);
         b->size += size;

@@ -45,8 +45,8 @@ void appendNumber(std::string& out, T value, int base) {
 
 // "mem <verb> <id> 0x<address> <width> <space> " (printf-free: one command
 // per register access makes this a hot path).
-void memoryCommand(std::string& out, const char* verb, const std::string& id, uint64_t address,
-                   int32_t width, const char* memorySpace) {
+void memoryCommand(std::string& out, const char* verb, const std::string& id, uint64_t address, int32_t width,
+                   const char* memorySpace) {
     out.assign("mem ");
     out += verb;
     out += ' ';
@@ -86,8 +86,8 @@ int32_t contextId(const GtaContext* context, uint32_t level, std::string& out) {
     return GTA_OK;
 }
 
-int32_t memRead(GtaSession* s, const char* verb, GtaContext* context, uint64_t address,
-                const char* memorySpace, int32_t width, int32_t count, void* buffer) {
+int32_t memRead(GtaSession* s, const char* verb, GtaContext* context, uint64_t address, const char* memorySpace,
+                int32_t width, int32_t count, void* buffer) {
     s->command->size = 0;
     std::string id, text;
     if (contextId(context, context ? context->ops->kind : 0, id) != GTA_OK) return GTA_ERR_COMMAND_TEXT;
@@ -179,25 +179,24 @@ int32_t gta_context_connect(GtaSession* session, GtaContext* context) {
         const GtaProperty& p = context->properties[i];
         std::string scopeId;
         if (contextId(context, p.scope, scopeId) != GTA_OK) return GTA_ERR_COMMAND_TEXT;
-        if (!formatText(text, "ctx id %s set prop %s %s", scopeId.c_str(), p.key, p.value))
-            return GTA_ERR_NO_MEMORY;
+        if (!formatText(text, "ctx id %s set prop %s %s", scopeId.c_str(), p.key, p.value)) return GTA_ERR_NO_MEMORY;
         if ((rc = gta_exec_ok(session, text.c_str())) != GTA_OK) return rc;
     }
     return gta_exec_ok(session, "ctx connect");
 }
 
-int32_t gta_mem_read(GtaSession* session, GtaContext* context, uint64_t address,
-                     const char* memorySpace, int32_t width, int32_t count, void* buffer) {
+int32_t gta_mem_read(GtaSession* session, GtaContext* context, uint64_t address, const char* memorySpace, int32_t width,
+                     int32_t count, void* buffer) {
     return memRead(session, "read", context, address, memorySpace, width, count, buffer);
 }
 
-int32_t gta_mem_read_piped(GtaSession* session, GtaContext* context, uint64_t address,
-                           const char* memorySpace, int32_t width, int32_t count, void* buffer) {
+int32_t gta_mem_read_piped(GtaSession* session, GtaContext* context, uint64_t address, const char* memorySpace,
+                           int32_t width, int32_t count, void* buffer) {
     return memRead(session, "read-piped", context, address, memorySpace, width, count, buffer);
 }
 
-int32_t gta_mem_write(GtaSession* session, GtaContext* context, uint64_t address,
-                      const char* memorySpace, int32_t width, int32_t count, const void* buffer) {
+int32_t gta_mem_write(GtaSession* session, GtaContext* context, uint64_t address, const char* memorySpace,
+                      int32_t width, int32_t count, const void* buffer) {
     session->command->size = 0;
     std::string id, text;
     if (contextId(context, context ? context->ops->kind : 0, id) != GTA_OK) return GTA_ERR_COMMAND_TEXT;

@@ -10,11 +10,11 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <fcntl.h>
 #include <cerrno>
 #include <cfloat>
 #include <cstdlib>
 #include <cstring>
-#include <fcntl.h>
 
 namespace {
 
@@ -30,7 +30,9 @@ char* copyText(const char* text, size_t size) {
 
 // ---- TCP -------------------------------------------------------------------
 
-int waitTimeout(const GtaTransport* t) { return t->timeout ? static_cast<int>(t->timeout) : -1; }
+int waitTimeout(const GtaTransport* t) {
+    return t->timeout ? static_cast<int>(t->timeout) : -1;
+}
 
 void tcpDisconnect(GtaTransport* t) {
     if (t->socket >= 0) ::close(t->socket);
@@ -181,12 +183,18 @@ int32_t tcpWriteAll(GtaTransport* t, const void* data, uint64_t size) {
     return tcpMoveAll(t, static_cast<const uint8_t*>(data), size, tcpWrite);
 }
 
-int32_t lastError(GtaTransport* t) { return t->error; }
+int32_t lastError(GtaTransport* t) {
+    return t->error;
+}
 
 // ---- Memory ----------------------------------------------------------------
 
-int32_t memoryOpen(GtaTransport*) { return GTA_OK; }
-int32_t memoryClose(GtaTransport*) { return GTA_OK; }
+int32_t memoryOpen(GtaTransport*) {
+    return GTA_OK;
+}
+int32_t memoryClose(GtaTransport*) {
+    return GTA_OK;
+}
 
 // Nothing left to read is the end of the stream: a reader never waits here.
 int32_t memoryRead(GtaTransport* t, void* data, uint64_t size, uint64_t* count) {
@@ -246,8 +254,7 @@ int32_t gta_url_parse(const char* text, GtaUrl* out) {
     char* portEnd = nullptr;
     errno = 0;
     long value = std::strtol(port, &portEnd, 10);
-    if (portEnd == port || *portEnd != '\0' || errno != 0 || value < 0 || value > MAX_PORT)
-        return GTA_ERR_URL;
+    if (portEnd == port || *portEnd != '\0' || errno != 0 || value < 0 || value > MAX_PORT) return GTA_ERR_URL;
     out->scheme = copyText(text, colon - text);
     out->host = copyText(host, end - host);
     out->port = copyText(port, std::strlen(port));
@@ -272,9 +279,12 @@ int32_t gta_transport_create(const char* url, uint32_t timeout, GtaTransport** o
     if (rc != GTA_OK) return rc;
     const bool isTcp = std::strcmp(parsed.scheme, "tcp") == 0;
     const bool isMemory = std::strcmp(parsed.scheme, "memory") == 0;
-    if (!isTcp && !isMemory) rc = GTA_ERR_SCHEME;
-    else if (isTcp && !parsed.host) rc = GTA_ERR_URL;
-    else if (isMemory && parsed.host) rc = GTA_ERR_URL;
+    if (!isTcp && !isMemory)
+        rc = GTA_ERR_SCHEME;
+    else if (isTcp && !parsed.host)
+        rc = GTA_ERR_URL;
+    else if (isMemory && parsed.host)
+        rc = GTA_ERR_URL;
     if (rc != GTA_OK) {
         gta_url_release(&parsed);
         return rc;

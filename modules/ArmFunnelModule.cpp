@@ -58,7 +58,7 @@ unsigned int ArmFunnelModule::priorityValue() const {
 bool ArmFunnelModule::configure(boost::shared_ptr<TaProcess> process) {
     if (!enabled || !baseAddressRead) return true;
     registers[LAR].write(process, CS_LAR_UNLOCK_KEY);
-    registers[CSTFCR].write(process, controlValue());   // ports open first,
+    registers[CSTFCR].write(process, controlValue());    // ports open first,
     registers[CSTFPCR].write(process, priorityValue());  // then their priorities
     return true;
 }

@@ -31,7 +31,6 @@ public:
     void setPortEnables(std::vector<bool> enables) { portEnables = std::move(enables); }
     void setPortPriorities(std::vector<uint32_t> priorities) { portPriorities = std::move(priorities); }
 
-
 private:
     unsigned int controlValue() const;
     unsigned int priorityValue() const;

@@ -1,11 +1,11 @@
 #include "modules/ArmFunnelPortModule.h"
 
 #include "app/base/Log.h"
-#include "modules/ArmFunnelModule.h"
-#include "modules/BlockReader.h"
 #include "common/src/ConfigAttribute.h"
 #include "common/src/ConfigBlock.h"
 #include "common/src/Names.h"
+#include "modules/ArmFunnelModule.h"
+#include "modules/BlockReader.h"
 
 #include <sstream>
 

@@ -10,15 +10,18 @@ RequirementObserver* currentObserver = nullptr;
 
 RequirementObserver::~RequirementObserver() = default;
 
-void BlockReader::setObserver(RequirementObserver* o) { currentObserver = o; }
-RequirementObserver* BlockReader::observer() { return currentObserver; }
+void BlockReader::setObserver(RequirementObserver* o) {
+    currentObserver = o;
+}
+RequirementObserver* BlockReader::observer() {
+    return currentObserver;
+}
 
 BlockReader::BlockReader(Log& channel, const ConfigBlock& block)
     : BlockReader(channel, block, "[readModuleConfiguration]: Error: Could not find attribute ",
                   " for " + block.getName()) {}
 
-BlockReader::BlockReader(Log& channel, const ConfigBlock& block, std::string missingPrefix,
-                         std::string missingSuffix)
+BlockReader::BlockReader(Log& channel, const ConfigBlock& block, std::string missingPrefix, std::string missingSuffix)
     : channel(channel),
       block(block),
       name(block.getName()),

@@ -20,8 +20,7 @@ namespace quorl {
 class RequirementObserver {
 public:
     virtual ~RequirementObserver();
-    virtual void required(const ConfigBlock& block, const std::string& name, const char* kind,
-                          bool found) = 0;
+    virtual void required(const ConfigBlock& block, const std::string& name, const char* kind, bool found) = 0;
 };
 
 class BlockReader {

@@ -58,6 +58,8 @@ bool DataStream::readCollectionMode(const BlockReader& read, std::string& mode) 
     return true;
 }
 
-bool DataStream::passesThrough() const { return bufferMode == VALUE_PASS_THROUGH; }
+bool DataStream::passesThrough() const {
+    return bufferMode == VALUE_PASS_THROUGH;
+}
 
 }  // namespace quorl

@@ -42,15 +42,7 @@ enum Register32 : unsigned {
 };
 
 // Programmed registers accessed 64 bits wide.
-enum Register64 : unsigned {
-    TRCCIDCVR2,
-    TRCCIDCVR3,
-    TRCCIDCVR4,
-    TRCCIDCVR5,
-    TRCCIDCVR6,
-    TRCCIDCVR7,
-    REGISTER64_COUNT
-};
+enum Register64 : unsigned { TRCCIDCVR2, TRCCIDCVR3, TRCCIDCVR4, TRCCIDCVR5, TRCCIDCVR6, TRCCIDCVR7, REGISTER64_COUNT };
 
 // clang-format off
 // Names are spelled as the tool always has (the two TRCVD... without prefix).
@@ -180,8 +172,8 @@ inline constexpr uint32_t EVENT_NONE = 0;
 
 // TRCEVENTCTL0R: four event selectors; TRCEVENTCTL1R: which of them insert
 // event elements, and the ATB trigger.
-inline constexpr Field TRCEVENTCTL0R_EVENT[] = {{"EVENT0", 0, 8}, {"EVENT1", 8, 8}, {"EVENT2", 16, 8},
-                                                {"EVENT3", 24, 8}};
+inline constexpr Field TRCEVENTCTL0R_EVENT[] = {
+    {"EVENT0", 0, 8}, {"EVENT1", 8, 8}, {"EVENT2", 16, 8}, {"EVENT3", 24, 8}};
 inline constexpr Field TRCEVENTCTL1R_INSTEN{"INSTEN", 0, 4};
 inline constexpr Field TRCEVENTCTL1R_ATB{"ATB", 11, 1};
 inline constexpr Field TRCEVENTCTL1R_LPOVERRIDE{"LPOVERRIDE", 12, 1};

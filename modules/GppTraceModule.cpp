@@ -60,8 +60,7 @@ GppTraceModule::GppTraceModule(std::string name, boost::shared_ptr<ConfigBlock> 
     exceptionLevelFilter = 0;
     contextIdComparator = false;
     if (lockstepStatusAddress != 0 && !lockstepMemorySpace.empty())
-        lockstepStatus.reset(
-            new Register<uint32_t>(lockstepStatusAddress, lockstepMemorySpace, LOCKSTEP_STATUS_NAME));
+        lockstepStatus.reset(new Register<uint32_t>(lockstepStatusAddress, lockstepMemorySpace, LOCKSTEP_STATUS_NAME));
     buildRegisters();
 }
 
@@ -70,8 +69,8 @@ GppTraceModule::~GppTraceModule() = default;
 bool GppTraceModule::readModuleConfiguration(boost::shared_ptr<ConfigBlock> block) {
     if (!timestampUtils)
         RQ7_LOG(logGppTraceModule, LOG_ERROR,
-                "Error: Timestamp module not initialized. Make sure config block "
-                    << BLOCK_TIMESTAMP_GENERATOR << " is present.");
+                "Error: Timestamp module not initialized. Make sure config block " << BLOCK_TIMESTAMP_GENERATOR
+                                                                                   << " is present.");
     if (!block) return false;
 
     const BlockReader read(logGppTraceModule, *block);
@@ -150,14 +149,14 @@ void GppTraceModule::buildRegisters() {
         registers64.build(registerMap64, baseAddress, memorySpace);
     }
     auto size = [&](const ArrayDef& def) { return baseAddressRead ? def.maximum : 0u; };
-    resourceSelectors.reset(new RegisterManager<uint32_t>(baseAddress + TRCRSCTLR.offset, memorySpace,
-                                                          size(TRCRSCTLR), TRCRSCTLR.prefix));
-    vmidComparators.reset(new RegisterManager<uint64_t>(baseAddress + TRCVMIDCVR.offset, memorySpace,
-                                                        size(TRCVMIDCVR), TRCVMIDCVR.prefix));
-    addressValues.reset(new RegisterManager<uint64_t>(baseAddress + TRCACVR.offset, memorySpace,
-                                                      size(TRCACVR), TRCACVR.prefix));
-    addressTypes.reset(new RegisterManager<uint64_t>(baseAddress + TRCACATR.offset, memorySpace,
-                                                     size(TRCACATR), TRCACATR.prefix));
+    resourceSelectors.reset(
+        new RegisterManager<uint32_t>(baseAddress + TRCRSCTLR.offset, memorySpace, size(TRCRSCTLR), TRCRSCTLR.prefix));
+    vmidComparators.reset(new RegisterManager<uint64_t>(baseAddress + TRCVMIDCVR.offset, memorySpace, size(TRCVMIDCVR),
+                                                        TRCVMIDCVR.prefix));
+    addressValues.reset(
+        new RegisterManager<uint64_t>(baseAddress + TRCACVR.offset, memorySpace, size(TRCACVR), TRCACVR.prefix));
+    addressTypes.reset(
+        new RegisterManager<uint64_t>(baseAddress + TRCACATR.offset, memorySpace, size(TRCACATR), TRCACATR.prefix));
 }
 
 void GppTraceModule::write(boost::shared_ptr<TaProcess> process, Register32 id, uint32_t value) {
@@ -172,9 +171,13 @@ void GppTraceModule::resetRegister(boost::shared_ptr<TaProcess> process, Registe
     registers32[id].reset(process);
 }
 
-bool GppTraceModule::enable(boost::shared_ptr<TaProcess> process) { return configure(process); }
+bool GppTraceModule::enable(boost::shared_ptr<TaProcess> process) {
+    return configure(process);
+}
 
-bool GppTraceModule::disable(boost::shared_ptr<TaProcess> process) { return reset(process); }
+bool GppTraceModule::disable(boost::shared_ptr<TaProcess> process) {
+    return reset(process);
+}
 
 bool GppTraceModule::isLockstepCore(boost::shared_ptr<TaProcess> process) {
     // Only a debug-server connection can see the lockstep status.
@@ -301,8 +304,7 @@ uint32_t GppTraceModule::exceptionLevelMask() const {
 
 void GppTraceModule::programAddressComparator(boost::shared_ptr<TaProcess> process,
                                               boost::shared_ptr<Register<uint64_t>> valueRegister,
-                                              boost::shared_ptr<Register<uint64_t>> typeRegister,
-                                              uint64_t address) {
+                                              boost::shared_ptr<Register<uint64_t>> typeRegister, uint64_t address) {
     if (!valueRegister || !typeRegister) return;
     // A VMID is matched only together with a context identifier.
     uint64_t contextType = 0;
@@ -335,8 +337,8 @@ bool GppTraceModule::programAddressRanges(boost::shared_ptr<TaProcess> process) 
         }
         if (!found) {
             RQ7_LOG(logGppTraceModule, LOG_ERROR,
-                    "Unable to find an available address range comparators for 0x"
-                        << hexDigits(start) << "-0x" << hexDigits(range.endAddress));
+                    "Unable to find an available address range comparators for 0x" << hexDigits(start) << "-0x"
+                                                                                   << hexDigits(range.endAddress));
             return false;
         }
         const size_t pair = i / 2;
@@ -348,8 +350,7 @@ bool GppTraceModule::programAddressRanges(boost::shared_ptr<TaProcess> process) 
         programAddressComparator(process, at(*addressValues, i), at(*addressTypes, i), start);
         markUsed(*addressValues, i + 1);
         markUsed(*addressTypes, i + 1);
-        programAddressComparator(process, at(*addressValues, i + 1), at(*addressTypes, i + 1),
-                                 range.endAddress);
+        programAddressComparator(process, at(*addressValues, i + 1), at(*addressTypes, i + 1), range.endAddress);
     }
     write(process, TRCVIIECTLR, control);
     return true;

@@ -45,8 +45,7 @@ private:
     void programContextId(boost::shared_ptr<TaProcess> process);
     void programAddressComparator(boost::shared_ptr<TaProcess> process,
                                   boost::shared_ptr<Register<uint64_t>> valueRegister,
-                                  boost::shared_ptr<Register<uint64_t>> typeRegister,
-                                  uint64_t address);
+                                  boost::shared_ptr<Register<uint64_t>> typeRegister, uint64_t address);
     bool programAddressRanges(boost::shared_ptr<TaProcess> process);
     bool programTracepoints(boost::shared_ptr<TaProcess> process);
     // Mask of excluded exception levels for the comparators' EXLEVEL fields.

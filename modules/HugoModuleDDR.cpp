@@ -53,8 +53,7 @@ bool HugoModuleDDR::loadDataStreamSettings(boost::shared_ptr<ConfigBlock> block)
     auto bufferSize =
         read.require<Addr64Attribute>(ATTR_TRACE_BUFFER_SIZE, prefix + " Could not find 'Trace Buffer Size'" + suffix);
     if (!bufferSize) return false;
-    if (bufferSize->getValue() == 0)
-        read.fail(prefix + " Could not get value for 'Trace Buffer Size'" + suffix);
+    if (bufferSize->getValue() == 0) read.fail(prefix + " Could not get value for 'Trace Buffer Size'" + suffix);
 
     if (!readCollectionMode(read, collectionMode)) return false;
 

@@ -34,7 +34,7 @@ struct LinuxTraceGenerator {
     uint32_t contextId = NONE;
     uint32_t vmid = NONE;
     std::map<uint64_t, AddressRange> addressRanges;  // by start address
-    std::map<uint64_t, uint32_t> tracepoints;         // address -> kind
+    std::map<uint64_t, uint32_t> tracepoints;        // address -> kind
     uint32_t exceptionLevelFilter = 0;
     bool contextIdComparator = false;  // context comparator 0 takes part in TRCCIDCCTLR0
 };

@@ -18,7 +18,6 @@ struct ObserverIdentifier {
 
 class NocObserverModule : public ConfigurationModule {
 public:
-
     // The record of the known observers; nothing looks anything up in it.
     static const std::vector<ObserverIdentifier> observerIdentifiers;
 
@@ -33,9 +32,7 @@ public:
     bool loadNoCObserverSettings(boost::shared_ptr<ConfigBlock> block);
     uint32_t getTraceId() const { return atbId; }
 
-
 private:
-
     uint8_t syncPeriod = 0;  // only the low 8 bits of the attribute are kept
     uint32_t atbId = 0;
     uint64_t baseAddress = 0;

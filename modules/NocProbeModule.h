@@ -21,9 +21,7 @@ public:
 
     bool loadNoCProbeSettings(boost::shared_ptr<ConfigBlock> block);
 
-
 private:
-
     bool enablePayload = false;
     bool enableStatistics = false;
     bool enableIntrusiveMode = false;

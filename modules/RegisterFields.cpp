@@ -26,8 +26,8 @@ constexpr UnitFields unit(const RegisterFields (&tables)[N]) {
     return {tables, tables + N};
 }
 const UnitFields UNITS[] = {
-    unit(etm::registerFields),     unit(stm::registerFields),       unit(funnel::registerFields),
-    unit(tmc::registerFields),     unit(counter::registerFields),   unit(nocprobe::registerFields),
+    unit(etm::registerFields),         unit(stm::registerFields),     unit(funnel::registerFields),
+    unit(tmc::registerFields),         unit(counter::registerFields), unit(nocprobe::registerFields),
     unit(nocobserver::registerFields),
 };
 

@@ -63,9 +63,7 @@ struct Field {
     unsigned width;
     FieldAccess access = FieldAccess::ReadWrite;
 
-    constexpr uint64_t mask() const {
-        return (width >= 64 ? ~uint64_t(0) : (uint64_t(1) << width) - 1) << lsb;
-    }
+    constexpr uint64_t mask() const { return (width >= 64 ? ~uint64_t(0) : (uint64_t(1) << width) - 1) << lsb; }
     // `value` placed in the field; bits beyond the field's width are dropped.
     constexpr uint64_t operator()(uint64_t value) const { return (value << lsb) & mask(); }
     // The field's value within a whole register value.

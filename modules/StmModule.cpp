@@ -73,8 +73,7 @@ bool StmModule::configure(boost::shared_ptr<TaProcess> process) {
         if (timestampUtils)
             timestampUtils->configure(process);
         else
-            RQ7_LOG(logStmModule, LOG_WARNING,
-                    "Timestamp module not initialized, timestamp generator left as it is");
+            RQ7_LOG(logStmModule, LOG_WARNING, "Timestamp module not initialized, timestamp generator left as it is");
         registers[STMTSFREQR].write(process, STMTSFREQR_UNSET);
     }
     control |= STMTCSR_TRACEID(STM_TRACE_ID);
@@ -102,6 +101,8 @@ bool StmModule::reset(boost::shared_ptr<TaProcess> process) {
     return true;
 }
 
-uint32_t StmModule::traceId() { return STM_TRACE_ID; }
+uint32_t StmModule::traceId() {
+    return STM_TRACE_ID;
+}
 
 }  // namespace quorl

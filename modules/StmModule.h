@@ -2,8 +2,8 @@
 // The system trace macrocell: turns software writes to stimulus ports, and
 // hardware events, into trace. Four attributes switch features; every other
 // register value is fixed.
-#include "plugin/base/ConfigurationModule.h"
 #include "modules/StmRegisters.h"
+#include "plugin/base/ConfigurationModule.h"
 
 #include <boost/shared_ptr.hpp>
 
@@ -16,8 +16,7 @@ class TimestampUtils;
 
 class StmModule : public ConfigurationModule {
 public:
-    StmModule(std::string name, boost::shared_ptr<ConfigBlock> block,
-              boost::shared_ptr<TimestampUtils> timestampUtils);
+    StmModule(std::string name, boost::shared_ptr<ConfigBlock> block, boost::shared_ptr<TimestampUtils> timestampUtils);
     ~StmModule() override;
 
     uint32_t getModuleType() const override { return TraceGenerator; }
@@ -30,7 +29,6 @@ public:
     // The STM's trace ID is fixed, whatever the block says.
     static uint32_t traceId();
     bool usesTimestamp() const { return timestampEnable; }
-
 
 private:
     bool timestampEnable = false;

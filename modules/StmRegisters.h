@@ -8,7 +8,15 @@ namespace quorl {
 namespace stm {
 
 enum RegisterId : unsigned {
-    STMLAR, STMTSFREQR, STMTCSR, STMAUXCR, STMSPER, STMHEER, STMHETER, STMHEMCR, STMHEBSR,
+    STMLAR,
+    STMTSFREQR,
+    STMTCSR,
+    STMAUXCR,
+    STMSPER,
+    STMHEER,
+    STMHETER,
+    STMHEMCR,
+    STMHEBSR,
     REGISTER_COUNT
 };
 

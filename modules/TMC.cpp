@@ -14,13 +14,19 @@ namespace {
 // Formatted trace with trigger indication; a flush stops capture.
 const uint32_t FFCR_FORMATTED = FFCR_EnFt.mask() | FFCR_EnTI.mask() | FFCR_StopOnFl.mask();
 
-uint32_t bufferMode(bool overwrite) { return MODE_MODE(overwrite ? MODE_CIRCULAR_BUFFER : MODE_SOFTWARE_FIFO); }
+uint32_t bufferMode(bool overwrite) {
+    return MODE_MODE(overwrite ? MODE_CIRCULAR_BUFFER : MODE_SOFTWARE_FIFO);
+}
 
 }  // namespace
 
-TMC::TMC(uint64_t baseAddress, std::string memorySpace) { registers.build(registerMap, baseAddress, memorySpace); }
+TMC::TMC(uint64_t baseAddress, std::string memorySpace) {
+    registers.build(registerMap, baseAddress, memorySpace);
+}
 
-void TMC::unlock(boost::shared_ptr<TaProcess> process) { registers[LAR].write(process, CS_LAR_UNLOCK_KEY); }
+void TMC::unlock(boost::shared_ptr<TaProcess> process) {
+    registers[LAR].write(process, CS_LAR_UNLOCK_KEY);
+}
 
 bool TMC::stop(boost::shared_ptr<TaProcess> process) {
     registers[CTL].write(process, CTL_TraceCaptEn(false));

@@ -15,9 +15,9 @@ class TMC {
 public:
     // Where a system-memory sink writes its trace.
     struct SystemBuffer {
-        uint64_t address = 0;      // bits 39 to 32 and 31 to 0 reach the controller
-        uint32_t sizeWords = 0;    // in 32-bit words
-        bool overwrite = false;    // circular buffer rather than a FIFO that stops when full
+        uint64_t address = 0;    // bits 39 to 32 and 31 to 0 reach the controller
+        uint32_t sizeWords = 0;  // in 32-bit words
+        bool overwrite = false;  // circular buffer rather than a FIFO that stops when full
         bool scatterGather = false;
     };
 

@@ -11,8 +11,30 @@ namespace tmc {
 
 // Register ids, in the order of the map (by offset).
 enum RegisterId : unsigned {
-    RSZ, STS, RRD, RRP, RWP, TRG, CTL, RWD, MODE, LBUFLEVEL, CBUFLEVEL, BUFWM, RRPHI, RWPHI,
-    AXICTL, DBALO, DBAHI, FFSR, FFCR, PSCR, LAR, LSR, AUTHSTATUS, DEVID,
+    RSZ,
+    STS,
+    RRD,
+    RRP,
+    RWP,
+    TRG,
+    CTL,
+    RWD,
+    MODE,
+    LBUFLEVEL,
+    CBUFLEVEL,
+    BUFWM,
+    RRPHI,
+    RWPHI,
+    AXICTL,
+    DBALO,
+    DBAHI,
+    FFSR,
+    FFCR,
+    PSCR,
+    LAR,
+    LSR,
+    AUTHSTATUS,
+    DEVID,
     REGISTER_COUNT
 };
 

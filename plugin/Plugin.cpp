@@ -5,8 +5,7 @@
 
 namespace quorl {
 
-Plugin::Plugin(const std::string& id_, const std::string& version_, const std::string& path_,
-               const std::string& name_)
+Plugin::Plugin(const std::string& id_, const std::string& version_, const std::string& path_, const std::string& name_)
     : id(id_), version(version_), path(path_) {
     configuration = loadConfiguration(path);
     name = name_;
@@ -14,18 +13,28 @@ Plugin::Plugin(const std::string& id_, const std::string& version_, const std::s
 
 Plugin::~Plugin() = default;
 
-std::string Plugin::getId() { return id; }
-std::string Plugin::getName() { return name; }
+std::string Plugin::getId() {
+    return id;
+}
+std::string Plugin::getName() {
+    return name;
+}
 
 void Plugin::setName(const std::string& n) {
     if (&n != &name) name = n;
 }
 
-boost::shared_ptr<Configuration> Plugin::getConfiguration() { return configuration; }
+boost::shared_ptr<Configuration> Plugin::getConfiguration() {
+    return configuration;
+}
 
-void Plugin::setConfiguration(boost::shared_ptr<Configuration> c) { configuration = c; }
+void Plugin::setConfiguration(boost::shared_ptr<Configuration> c) {
+    configuration = c;
+}
 
-std::string Plugin::getVersion() { return version; }
+std::string Plugin::getVersion() {
+    return version;
+}
 
 void Plugin::setVersion(const std::string& v) {
     if (&v != &version) version = v;

@@ -12,8 +12,7 @@ class Configuration;
 
 class Plugin : private boost::noncopyable {
 public:
-    Plugin(const std::string& id, const std::string& version, const std::string& path,
-           const std::string& name);
+    Plugin(const std::string& id, const std::string& version, const std::string& path, const std::string& name);
 
     virtual std::string getId();
     virtual std::string getName();

@@ -64,11 +64,17 @@ int32_t TraceModuleCreator::moduleTypeFromName(const std::string& name) {
 
 bool TraceModuleCreator::makesModule(int32_t kind) {
     switch (kind) {
-    case CoreKind: case NocProbeKind: case StmKind: case FunnelPortKind: case NocObserverKind:
-    case EtfSinkKind: case DdrSinkKind: case ArmFunnelKind:
-        return true;
-    default:
-        return false;
+        case CoreKind:
+        case NocProbeKind:
+        case StmKind:
+        case FunnelPortKind:
+        case NocObserverKind:
+        case EtfSinkKind:
+        case DdrSinkKind:
+        case ArmFunnelKind:
+            return true;
+        default:
+            return false;
     }
 }
 
@@ -76,10 +82,11 @@ boost::shared_ptr<TimestampUtils> TraceModuleCreator::sharedTimestampUtils() {
     return timestampSlot();
 }
 
-void TraceModuleCreator::forgetSharedObjects() { timestampSlot().reset(); }
+void TraceModuleCreator::forgetSharedObjects() {
+    timestampSlot().reset();
+}
 
-boost::shared_ptr<ConfigurationModule> TraceModuleCreator::createModule(
-    boost::shared_ptr<ConfigBlock> block) {
+boost::shared_ptr<ConfigurationModule> TraceModuleCreator::createModule(boost::shared_ptr<ConfigBlock> block) {
     boost::shared_ptr<ConfigurationModule> none;
     if (!block) return none;
     const std::string name = block->getName();
@@ -87,30 +94,28 @@ boost::shared_ptr<ConfigurationModule> TraceModuleCreator::createModule(
     if (kind == UnknownKind || kind >= DebugKind) return none;
 
     switch (kind) {
-    case CoreKind:
-        return boost::shared_ptr<ConfigurationModule>(
-            new GppTraceModule(name, block, timestampSlot()));
-    case NocProbeKind:
-        return boost::shared_ptr<ConfigurationModule>(new NocProbeModule(name, block));
-    case StmKind:
-        return boost::shared_ptr<ConfigurationModule>(
-            new StmModule(name, block, timestampSlot()));
-    case FunnelPortKind:
-        return boost::shared_ptr<ConfigurationModule>(new ArmFunnelPortModule(name, block));
-    case NocObserverKind:
-        return boost::shared_ptr<ConfigurationModule>(new NocObserverModule(name, block));
-    case EtfSinkKind:
-        return boost::shared_ptr<ConfigurationModule>(new HugoModule(name, block));
-    case DdrSinkKind:
-        return boost::shared_ptr<ConfigurationModule>(new HugoModuleDDR(name, block));
-    case ArmFunnelKind:
-        return boost::shared_ptr<ConfigurationModule>(new ArmFunnelModule(name, block));
-    case TimestampGeneratorKind:
-        timestampSlot().reset(new TimestampUtils(block));
-        return none;
-    default:
-        // Cluster, SoC and HSIO funnel names, the data streams parent: no module.
-        return none;
+        case CoreKind:
+            return boost::shared_ptr<ConfigurationModule>(new GppTraceModule(name, block, timestampSlot()));
+        case NocProbeKind:
+            return boost::shared_ptr<ConfigurationModule>(new NocProbeModule(name, block));
+        case StmKind:
+            return boost::shared_ptr<ConfigurationModule>(new StmModule(name, block, timestampSlot()));
+        case FunnelPortKind:
+            return boost::shared_ptr<ConfigurationModule>(new ArmFunnelPortModule(name, block));
+        case NocObserverKind:
+            return boost::shared_ptr<ConfigurationModule>(new NocObserverModule(name, block));
+        case EtfSinkKind:
+            return boost::shared_ptr<ConfigurationModule>(new HugoModule(name, block));
+        case DdrSinkKind:
+            return boost::shared_ptr<ConfigurationModule>(new HugoModuleDDR(name, block));
+        case ArmFunnelKind:
+            return boost::shared_ptr<ConfigurationModule>(new ArmFunnelModule(name, block));
+        case TimestampGeneratorKind:
+            timestampSlot().reset(new TimestampUtils(block));
+            return none;
+        default:
+            // Cluster, SoC and HSIO funnel names, the data streams parent: no module.
+            return none;
     }
 }
 

@@ -37,8 +37,7 @@ public:
     virtual ~TraceModuleCreator();
     // The module for `block`, or an empty pointer when its name names no module.
     // A "Timestamp Generator" block replaces the shared timestamp object instead.
-    virtual boost::shared_ptr<ConfigurationModule> createModule(
-        boost::shared_ptr<ConfigBlock> block);
+    virtual boost::shared_ptr<ConfigurationModule> createModule(boost::shared_ptr<ConfigBlock> block);
 
     // First word of the fixed list found anywhere in `name` decides the kind.
     static int32_t moduleTypeFromName(const std::string& name);

@@ -17,10 +17,8 @@ namespace CONFIG_KA {
 
 quorl::Log logPluginKA("quorl.ka.rq.config.TraceTargetConfigPluginKA");
 
-TraceTargetConfigPluginKA::TraceTargetConfigPluginKA(const std::string& id,
-                                                     const std::string& version,
-                                                     const std::string& path,
-                                                     const std::string& name)
+TraceTargetConfigPluginKA::TraceTargetConfigPluginKA(const std::string& id, const std::string& version,
+                                                     const std::string& path, const std::string& name)
     : quorl::Plugin(id, version, path, name), configurationPath(path) {}
 
 TraceTargetConfigPluginKA::~TraceTargetConfigPluginKA() = default;
@@ -29,9 +27,13 @@ void TraceTargetConfigPluginKA::setAccessProcess(boost::shared_ptr<quorl::TaProc
     accessProcess = process;
 }
 
-void TraceTargetConfigPluginKA::abort() { abortRequested = true; }
+void TraceTargetConfigPluginKA::abort() {
+    abortRequested = true;
+}
 
-uint32_t TraceTargetConfigPluginKA::getStatus() { return status; }
+uint32_t TraceTargetConfigPluginKA::getStatus() {
+    return status;
+}
 
 // A file that was not written back is worth a line on stderr: the result
 // line only reports the programming of the hardware.
@@ -40,8 +42,7 @@ bool TraceTargetConfigPluginKA::saveConfiguration() {
     if (!configuration) return false;
     if (configuration->save(configurationPath)) return true;
     const int error = errno;
-    std::cerr << "Cannot save configuration to " << configurationPath << ": " << std::strerror(error)
-              << std::endl;
+    std::cerr << "Cannot save configuration to " << configurationPath << ": " << std::strerror(error) << std::endl;
     return false;
 }
 
@@ -76,8 +77,7 @@ bool TraceTargetConfigPluginKA::disableTrace() {
     loadModules();
     // Not forced: in a fresh run only the generators themselves are stopped.
     for (const auto& module : moduleList)
-        if (module->isEnableTrace() && !module->disableModule(accessProcess, false))
-            return false;
+        if (module->isEnableTrace() && !module->disableModule(accessProcess, false)) return false;
     return true;
 }
 
@@ -85,14 +85,12 @@ uint32_t TraceTargetConfigPluginKA::getFillLevelTrace(std::string moduleName) {
     return fillLevelTrace(moduleName, logPluginKA);
 }
 
-uint32_t TraceTargetConfigPluginKA::fillLevelTrace(const std::string& moduleName,
-                                                   quorl::Log& channel) {
+uint32_t TraceTargetConfigPluginKA::fillLevelTrace(const std::string& moduleName, quorl::Log& channel) {
     auto found = moduleMap.find(moduleName);
     if (found == moduleMap.end()) return 0;
     auto stream = boost::dynamic_pointer_cast<quorl::DataStream>(found->second);
     if (!stream) {
-        channel.write("[getFillLevelTrace]: Error: Could not find any data stream module.!",
-                      quorl::LOG_ERROR);
+        channel.write("[getFillLevelTrace]: Error: Could not find any data stream module.!", quorl::LOG_ERROR);
         return 0;
     }
     if (!stream->supportsBufferMonitoring()) {
@@ -105,19 +103,17 @@ uint32_t TraceTargetConfigPluginKA::fillLevelTrace(const std::string& moduleName
     return stream->getFillLevel(accessProcess);
 }
 
-std::string TraceTargetConfigPluginKA::loadConfigBlockDependency(
-    boost::shared_ptr<quorl::ConfigBlock> block) {
+std::string TraceTargetConfigPluginKA::loadConfigBlockDependency(boost::shared_ptr<quorl::ConfigBlock> block) {
     if (!block) {
         std::cerr << "[loadConfigBlockDependency]: NULL config block" << std::endl;
         return std::string();
     }
-    auto dependency = boost::dynamic_pointer_cast<quorl::StringAttribute>(
-        block->getConfigAttribute(quorl::ATTR_DEPENDENCY));
+    auto dependency =
+        boost::dynamic_pointer_cast<quorl::StringAttribute>(block->getConfigAttribute(quorl::ATTR_DEPENDENCY));
     if (dependency) return dependency->getValue();
     RQ7_LOG(logPluginKA, quorl::LOG_ERROR,
             "[loadConfigBlockDependency]: Error: Could not find attribute "
-                << quorl::ATTR_DEPENDENCY << " in config block " << block->getName()
-                << ".\n");
+                << quorl::ATTR_DEPENDENCY << " in config block " << block->getName() << ".\n");
     return std::string();
 }
 

@@ -24,8 +24,8 @@ typedef std::vector<boost::shared_ptr<quorl::ConfigurationModule>> ModuleList;
 
 class TraceTargetConfigPluginKA : public quorl::ITraceConfigKA, public quorl::Plugin {
 public:
-    TraceTargetConfigPluginKA(const std::string& id, const std::string& version,
-                              const std::string& path, const std::string& name);
+    TraceTargetConfigPluginKA(const std::string& id, const std::string& version, const std::string& path,
+                              const std::string& name);
     ~TraceTargetConfigPluginKA() override;
 
     bool configure() override;

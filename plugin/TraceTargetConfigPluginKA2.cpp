@@ -33,9 +33,8 @@ namespace {
 // unless a top-level block has an empty name.
 const std::string emptyBlockName;
 const std::string* const generatorBlocks[] = {
-    &quorl::BLOCK_TRACE_GENERATORS_CORE,     &quorl::BLOCK_TRACE_GENERATORS_PXDI,
-    &quorl::BLOCK_TRACE_GENERATORS_DDDI,     &quorl::BLOCK_TRACE_GENERATORS_NOC_MAIN,
-    &quorl::BLOCK_TRACE_GENERATORS_STM,      &emptyBlockName,
+    &quorl::BLOCK_TRACE_GENERATORS_CORE,     &quorl::BLOCK_TRACE_GENERATORS_PXDI, &quorl::BLOCK_TRACE_GENERATORS_DDDI,
+    &quorl::BLOCK_TRACE_GENERATORS_NOC_MAIN, &quorl::BLOCK_TRACE_GENERATORS_STM,  &emptyBlockName,
 };
 
 // Blocks whose children are funnels, funnel ports and observers.
@@ -54,10 +53,8 @@ std::string TraceTargetConfigPluginKA2::funnelNameOfPort(const std::string& port
     return portName.substr(0, at - 1);
 }
 
-TraceTargetConfigPluginKA2::TraceTargetConfigPluginKA2(const std::string& id,
-                                                       const std::string& version,
-                                                       const std::string& path,
-                                                       const std::string& name)
+TraceTargetConfigPluginKA2::TraceTargetConfigPluginKA2(const std::string& id, const std::string& version,
+                                                       const std::string& path, const std::string& name)
     : TraceTargetConfigPluginKA(id, version, path, name) {}
 
 TraceTargetConfigPluginKA2::~TraceTargetConfigPluginKA2() = default;
@@ -86,8 +83,7 @@ void TraceTargetConfigPluginKA2::loadModules() {
     if (loadDataStreams()) linkDependencies();
 }
 
-void TraceTargetConfigPluginKA2::loadGenerators(const std::string& blockName,
-                                                bool readDependency) {
+void TraceTargetConfigPluginKA2::loadGenerators(const std::string& blockName, bool readDependency) {
     boost::shared_ptr<ConfigBlock> parent = configuration->getConfigBlock(blockName);
     if (!parent) return;
     auto children = parent->getConfigBlocks();
@@ -97,8 +93,7 @@ void TraceTargetConfigPluginKA2::loadGenerators(const std::string& blockName,
         boost::shared_ptr<ConfigurationModule> module = moduleCreator->createModule(child);
         // The dependency is read, and a missing one reported, even for a child
         // that gives no module.
-        const std::string dependency =
-            readDependency ? loadConfigBlockDependency(child) : std::string();
+        const std::string dependency = readDependency ? loadConfigBlockDependency(child) : std::string();
         if (!module) continue;
         moduleList.push_back(module);
         moduleMap[module->getName()] = module;
@@ -106,8 +101,8 @@ void TraceTargetConfigPluginKA2::loadGenerators(const std::string& blockName,
     }
 }
 
-void TraceTargetConfigPluginKA2::loadSocModules(
-    const std::string& blockName, std::map<std::string, FunnelPortSettings>& funnels) {
+void TraceTargetConfigPluginKA2::loadSocModules(const std::string& blockName,
+                                                std::map<std::string, FunnelPortSettings>& funnels) {
     boost::shared_ptr<ConfigBlock> parent = configuration->getConfigBlock(blockName);
     if (!parent) return;
     auto children = parent->getConfigBlocks();
@@ -122,9 +117,8 @@ void TraceTargetConfigPluginKA2::loadSocModules(
         if (module->getModuleType() == ConfigurationModule::FunnelPort) {
             auto port = boost::dynamic_pointer_cast<quorl::ArmFunnelPortModule>(module);
             if (!port) {
-                logPluginKA2.write(
-                    "ArmFunnelPortModule cast failed. Check configModule returned from creator.",
-                    quorl::LOG_ERROR);
+                logPluginKA2.write("ArmFunnelPortModule cast failed. Check configModule returned from creator.",
+                                   quorl::LOG_ERROR);
                 continue;
             }
             const uint32_t number = port->getPortNumber();
@@ -142,8 +136,7 @@ void TraceTargetConfigPluginKA2::loadSocModules(
     }
 }
 
-void TraceTargetConfigPluginKA2::applyFunnelSettings(
-    const std::map<std::string, FunnelPortSettings>& funnels) {
+void TraceTargetConfigPluginKA2::applyFunnelSettings(const std::map<std::string, FunnelPortSettings>& funnels) {
     for (const auto& entry : funnels) {
         auto found = moduleMap.find(entry.first);
         if (found == moduleMap.end() || !found->second ||
@@ -167,13 +160,12 @@ bool TraceTargetConfigPluginKA2::loadDataStreams() {
         return true;
     }
 
-    auto location = boost::dynamic_pointer_cast<quorl::EnumAttribute>(
-        streams->getConfigAttribute(quorl::ATTR_TRACE_LOCATION));
+    auto location =
+        boost::dynamic_pointer_cast<quorl::EnumAttribute>(streams->getConfigAttribute(quorl::ATTR_TRACE_LOCATION));
     boost::shared_ptr<quorl::Vector<std::string>> values;
     if (!location) {
         RQ7_LOG(logPluginKA2, quorl::LOG_ERROR,
-                "[loadDataStreamSettings]Could not find 'TraceCollectionMode' config block for "
-                    << streams->getName());
+                "[loadDataStreamSettings]Could not find 'TraceCollectionMode' config block for " << streams->getName());
     } else {
         values = location->getValues();
         if (!values || values->size() == 0) {
@@ -212,8 +204,7 @@ bool TraceTargetConfigPluginKA2::loadDataStreams() {
 
 bool TraceTargetConfigPluginKA2::keepsDataStream(const std::string& name, const std::string& location) {
     // A DDR sink exists only where the location names DDR; others always.
-    return name.find(quorl::WORD_DDR) == std::string::npos ||
-           location.find(quorl::VALUE_DDR) != std::string::npos;
+    return name.find(quorl::WORD_DDR) == std::string::npos || location.find(quorl::VALUE_DDR) != std::string::npos;
 }
 
 std::vector<std::string> TraceTargetConfigPluginKA2::moduleParentBlocks() {
@@ -233,8 +224,7 @@ void TraceTargetConfigPluginKA2::linkDependencies() {
     for (const auto& entry : dependencyMap) {
         auto module = moduleMap.find(entry.first);
         auto dependency = moduleMap.find(entry.second);
-        if (module == moduleMap.end() || dependency == moduleMap.end() || !module->second ||
-            !dependency->second)
+        if (module == moduleMap.end() || dependency == moduleMap.end() || !module->second || !dependency->second)
             continue;
 
         std::string chain = entry.first;
@@ -252,8 +242,8 @@ void TraceTargetConfigPluginKA2::linkDependencies() {
         }
         if (cycle) {
             RQ7_LOG(logPluginKA2, quorl::LOG_ERROR,
-                    "[linkDependencies]: Error: Dependency cycle " << chain << ". The dependency of "
-                        << entry.first << " on " << entry.second << " is ignored.");
+                    "[linkDependencies]: Error: Dependency cycle " << chain << ". The dependency of " << entry.first
+                                                                   << " on " << entry.second << " is ignored.");
             continue;
         }
         module->second->addDependency(dependency->second);

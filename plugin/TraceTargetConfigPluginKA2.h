@@ -26,8 +26,8 @@ struct FunnelPortSettings {
 
 class TraceTargetConfigPluginKA2 : public CONFIG_KA::TraceTargetConfigPluginKA {
 public:
-    TraceTargetConfigPluginKA2(const std::string& id, const std::string& version,
-                               const std::string& path, const std::string& name);
+    TraceTargetConfigPluginKA2(const std::string& id, const std::string& version, const std::string& path,
+                               const std::string& name);
     ~TraceTargetConfigPluginKA2() override;
 
     bool configure() override;
@@ -50,8 +50,7 @@ public:
 
 private:
     void loadGenerators(const std::string& blockName, bool readDependency);
-    void loadSocModules(const std::string& blockName,
-                        std::map<std::string, FunnelPortSettings>& funnels);
+    void loadSocModules(const std::string& blockName, std::map<std::string, FunnelPortSettings>& funnels);
     void applyFunnelSettings(const std::map<std::string, FunnelPortSettings>& funnels);
     // Returns false when the dependency links must be left out.
     bool loadDataStreams();

@@ -34,8 +34,8 @@ CaptureArgs parseCaptureArgs(const std::vector<std::string>& args, unsigned allo
             DumpRequest request;
             if (!parseDumpRequest(text, request) || (!request.file.empty() && !(allowed & OPT_DUMP_FILE)))
                 throw UsageError("--dump takes SPACE:ADDRESS:LENGTH" +
-                                 std::string(allowed & OPT_DUMP_FILE ? " or SPACE:ADDRESS:@FILE" : "") +
-                                 ", not '" + text + "'");
+                                 std::string(allowed & OPT_DUMP_FILE ? " or SPACE:ADDRESS:@FILE" : "") + ", not '" +
+                                 text + "'");
             out.dumps.push_back(request);
         }
     return out;

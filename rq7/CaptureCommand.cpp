@@ -40,7 +40,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 const std::chrono::milliseconds POLL_INTERVAL(1);
 const std::chrono::milliseconds WAIT_LIMIT(2000);  // a flush takes microseconds on hardware
-const uint64_t PROGRESS_FROM = 1 << 20;           // bytes; smaller buffers need no bar
+const uint64_t PROGRESS_FROM = 1 << 20;            // bytes; smaller buffers need no bar
 
 class CaptureError : public std::runtime_error {
 public:
@@ -100,8 +100,7 @@ public:
         last = percent;
         const unsigned width = 40, filled = percent * width / 100;
         std::fprintf(stderr, "\r%s [%s%s] %3u%% %llu KiB", name.c_str(), std::string(filled, '#').c_str(),
-                     std::string(width - filled, ' ').c_str(), percent,
-                     static_cast<unsigned long long>(done / 1024));
+                     std::string(width - filled, ' ').c_str(), percent, static_cast<unsigned long long>(done / 1024));
         if (done == total) std::fputc('\n', stderr);
     }
 
@@ -116,8 +115,8 @@ private:
 // pointer round to it when it wrapped.
 std::vector<uint8_t> readSystemBuffer(TargetMemory& memory, const TraceSink& sink, const std::string& dataSpace) {
     const uint32_t status = readTmc(memory, sink, tmc::STS);
-    const uint64_t base = uint64_t(readTmc(memory, sink, tmc::DBAHI)) << tmc::DBAHI_ADDRESS_SHIFT |
-                          readTmc(memory, sink, tmc::DBALO);
+    const uint64_t base =
+        uint64_t(readTmc(memory, sink, tmc::DBAHI)) << tmc::DBAHI_ADDRESS_SHIFT | readTmc(memory, sink, tmc::DBALO);
     const uint64_t size = uint64_t(readTmc(memory, sink, tmc::RSZ)) * 4;
     const uint64_t pointer = uint64_t(readTmc(memory, sink, tmc::RWPHI)) << 32 | readTmc(memory, sink, tmc::RWP);
     if (pointer < base || pointer > base + size)
@@ -184,8 +183,8 @@ int captureCommand(const std::vector<std::string>& args) {
             if (!sink.storesTrace()) continue;  // a pass-through keeps nothing
             stopSink(*memory, sink);
             TraceBuffer buffer{sink.block, {}};
-            buffer.bytes = sink.systemBuffer ? readSystemBuffer(*memory, sink, sink.space)
-                                             : readInternalBuffer(*memory, sink);
+            buffer.bytes =
+                sink.systemBuffer ? readSystemBuffer(*memory, sink, sink.space) : readInternalBuffer(*memory, sink);
             content.buffers.push_back(std::move(buffer));
         }
         if (content.buffers.empty())

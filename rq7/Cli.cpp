@@ -13,8 +13,9 @@ namespace po = boost::program_options;
 
 namespace {
 
-const char* const Usage = "Usage: rq7 SUBCOMMAND [OPTIONS] [ARGS]\n"
-                          "       rq7 help SUBCOMMAND | --help | --version\n";
+const char* const Usage =
+    "Usage: rq7 SUBCOMMAND [OPTIONS] [ARGS]\n"
+    "       rq7 help SUBCOMMAND | --help | --version\n";
 
 }  // namespace
 
@@ -27,8 +28,8 @@ const std::vector<Subcommand>& subcommands() {
         {"snapshot", "write a trace decoder snapshot of a configuration", snapshotHelp, snapshotCommand},
         {"capture", "stop the trace sinks, read their trace out and write a snapshot (GTA)", captureHelp,
          captureCommand},
-        {"verify", "read back every register a configure run writes and report differences (GTA)",
-         verifyHelp, verifyCommand},
+        {"verify", "read back every register a configure run writes and report differences (GTA)", verifyHelp,
+         verifyCommand},
     };
     return table;
 }
@@ -42,20 +43,17 @@ const Subcommand* findSubcommand(const std::string& name) {
 }
 
 void printOverview(std::ostream& out) {
-    out << "rq7: see and check trace configurations before they touch hardware\n\n" << Usage
-        << "\nSubcommands:\n";
+    out << "rq7: see and check trace configurations before they touch hardware\n\n" << Usage << "\nSubcommands:\n";
     size_t width = 0;
+    for (const Subcommand& command : subcommands()) width = std::max(width, std::string(command.name).size());
     for (const Subcommand& command : subcommands())
-        width = std::max(width, std::string(command.name).size());
-    for (const Subcommand& command : subcommands())
-        out << "  " << command.name << std::string(width + 2 - std::string(command.name).size(), ' ')
-            << command.summary << "\n";
+        out << "  " << command.name << std::string(width + 2 - std::string(command.name).size(), ' ') << command.summary
+            << "\n";
     out << "\nRun 'rq7 help SUBCOMMAND' for the options of one.\n";
 }
 
 int usageError(const std::string& where, const std::string& message, const std::string& hint) {
-    std::cerr << where << ": " << message << "\nTry '" << hint << "' for more information."
-              << std::endl;
+    std::cerr << where << ": " << message << "\nTry '" << hint << "' for more information." << std::endl;
     return EXIT_USAGE;
 }
 
@@ -85,8 +83,7 @@ int runSubcommand(const Subcommand& command, const std::vector<std::string>& arg
 
 }  // namespace
 
-po::variables_map parseArguments(const std::vector<std::string>& args,
-                                 const po::options_description& options,
+po::variables_map parseArguments(const std::vector<std::string>& args, const po::options_description& options,
                                  const po::positional_options_description& positional) {
     po::variables_map values;
     try {
@@ -134,14 +131,12 @@ int main(int argc, char* argv[]) {
         }
         const Subcommand* command = findSubcommand(words[1]);
         if (!command || words.size() > 2)
-            return usageError("rq7 help", command ? "too many arguments"
-                                                  : "unknown subcommand '" + words[1] + "'",
+            return usageError("rq7 help", command ? "too many arguments" : "unknown subcommand '" + words[1] + "'",
                               "rq7 --help");
         std::cout << command->help;
         return EXIT_OK;
     }
-    if (!first.empty() && first[0] == '-')
-        return usageError("rq7", "unknown option '" + first + "'", "rq7 --help");
+    if (!first.empty() && first[0] == '-') return usageError("rq7", "unknown option '" + first + "'", "rq7 --help");
     const Subcommand* command = findSubcommand(first);
     if (!command) return usageError("rq7", "unknown subcommand '" + first + "'", "rq7 --help");
     return runSubcommand(*command, std::vector<std::string>(words.begin() + 1, words.end()));

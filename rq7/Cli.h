@@ -52,13 +52,11 @@ public:
 // Parses `args` with `options` and `positional`; unknown options, missing
 // values and surplus words become UsageError.
 boost::program_options::variables_map parseArguments(
-    const std::vector<std::string>& args,
-    const boost::program_options::options_description& options,
+    const std::vector<std::string>& args, const boost::program_options::options_description& options,
     const boost::program_options::positional_options_description& positional);
 
 // The value of --format, checked against `allowed` (the first is the default).
-std::string formatOption(const boost::program_options::variables_map& values,
-                         const std::vector<std::string>& allowed);
+std::string formatOption(const boost::program_options::variables_map& values, const std::vector<std::string>& allowed);
 
 // The whole command; returns the exit status.
 int main(int argc, char* argv[]);

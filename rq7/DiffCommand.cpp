@@ -36,7 +36,6 @@ namespace {
 
 using Key = std::pair<std::string, uint64_t>;  // memory space, address
 
-
 std::map<Key, const Access*> finalWrites(const Plan& plan) {
     std::map<Key, const Access*> writes;
     for (const Access& access : plan.accesses)
@@ -49,8 +48,8 @@ std::string where(const Access& access) {
 }
 
 std::string named(const Access& access) {
-    return (access.module.empty() ? "-" : access.module) + "  " +
-           (access.reg.empty() ? "-" : access.reg) + "  " + where(access);
+    return (access.module.empty() ? "-" : access.module) + "  " + (access.reg.empty() ? "-" : access.reg) + "  " +
+           where(access);
 }
 
 // Lines for registers whose final values differ; returns their count.
@@ -67,11 +66,10 @@ size_t printValueDifferences(std::ostream& out, const Plan& a, const Plan& b) {
         if (x && y && x->value == y->value) continue;
         ++count;
         const Access& shown = x ? *x : *y;
-        out << named(shown) << ": " << (x ? hexValue(x->value, x->width) : "(not written)")
-            << " -> " << (y ? hexValue(y->value, y->width) : "(not written)");
+        out << named(shown) << ": " << (x ? hexValue(x->value, x->width) : "(not written)") << " -> "
+            << (y ? hexValue(y->value, y->width) : "(not written)");
         if (x && y)
-            for (const std::string& field : differingFields(shown.reg, x->value, y->value))
-                out << "  " << field;
+            for (const std::string& field : differingFields(shown.reg, x->value, y->value)) out << "  " << field;
         out << "\n";
     }
     return count;
@@ -81,8 +79,7 @@ size_t printValueDifferences(std::ostream& out, const Plan& a, const Plan& b) {
 std::vector<const Access*> commonWrites(const Plan& plan, const std::map<Key, const Access*>& other) {
     std::vector<const Access*> writes;
     for (const Access& access : plan.accesses)
-        if (access.op == Access::Op::Write && other.count({access.space, access.address}))
-            writes.push_back(&access);
+        if (access.op == Access::Op::Write && other.count({access.space, access.address})) writes.push_back(&access);
     return writes;
 }
 
@@ -96,8 +93,7 @@ const size_t MaxLcsCells = size_t(1) << 22;
 
 void printHunk(std::ostream& out, const std::vector<const Access*>& x, size_t xBegin, size_t xEnd,
                const std::vector<const Access*>& y, size_t yBegin, size_t yEnd) {
-    out << "@@ -" << xBegin + 1 << "," << xEnd - xBegin << " +" << yBegin + 1 << ","
-        << yEnd - yBegin << " @@\n";
+    out << "@@ -" << xBegin + 1 << "," << xEnd - xBegin << " +" << yBegin + 1 << "," << yEnd - yBegin << " @@\n";
     const size_t n = xEnd - xBegin, m = yEnd - yBegin;
     if (n * m > MaxLcsCells) {
         for (size_t i = xBegin; i < xEnd; ++i) out << "-" << named(*x[i]) << "\n";
@@ -109,8 +105,8 @@ void printHunk(std::ostream& out, const std::vector<const Access*>& x, size_t xB
     auto at = [&](size_t i, size_t j) -> uint32_t& { return lcs[i * (m + 1) + j]; };
     for (size_t i = n; i-- > 0;)
         for (size_t j = m; j-- > 0;)
-            at(i, j) = sameKey(x[xBegin + i], y[yBegin + j]) ? at(i + 1, j + 1) + 1
-                                                             : std::max(at(i + 1, j), at(i, j + 1));
+            at(i, j) =
+                sameKey(x[xBegin + i], y[yBegin + j]) ? at(i + 1, j + 1) + 1 : std::max(at(i + 1, j), at(i, j + 1));
     size_t i = 0, j = 0;
     while (i < n || j < m) {
         if (i < n && j < m && sameKey(x[xBegin + i], y[yBegin + j])) {

@@ -48,7 +48,8 @@ std::string describeFields(const std::string& registerName, uint64_t value) {
     };
     static thread_local std::unordered_map<std::pair<const void*, uint64_t>, std::string, KeyHash> texts;
     auto found = texts.find({fields, value});
-    if (found == texts.end()) found = texts.emplace(std::make_pair(fields, value), quorl::formatFields(*fields, value)).first;
+    if (found == texts.end())
+        found = texts.emplace(std::make_pair(fields, value), quorl::formatFields(*fields, value)).first;
     return found->second;
 }
 

@@ -12,12 +12,12 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <iostream>
-#include <algorithm>
 #include <map>
 #include <set>
 #include <sstream>
@@ -46,11 +46,20 @@ std::string html(const std::string& text) {
     std::string out;
     for (char c : text) {
         switch (c) {
-        case '&': out += "&amp;"; break;
-        case '<': out += "&lt;"; break;
-        case '>': out += "&gt;"; break;
-        case '"': out += "&quot;"; break;
-        default: out += c;
+            case '&':
+                out += "&amp;";
+                break;
+            case '<':
+                out += "&lt;";
+                break;
+            case '>':
+                out += "&gt;";
+                break;
+            case '"':
+                out += "&quot;";
+                break;
+            default:
+                out += c;
         }
     }
     return out;
@@ -73,25 +82,38 @@ std::string hex(uint64_t value, int width = 0) {
 
 const char* role(int kind) {
     switch (kind) {
-    case TraceModuleCreator::CoreKind: return "core trace unit";
-    case TraceModuleCreator::StmKind: return "STM";
-    case TraceModuleCreator::NocProbeKind: return "NoC probe";
-    case TraceModuleCreator::NocObserverKind: return "NoC observer";
-    case TraceModuleCreator::FunnelPortKind: return "funnel port";
-    case TraceModuleCreator::ArmFunnelKind: return "funnel";
-    case TraceModuleCreator::EtfSinkKind: return "ETF sink";
-    case TraceModuleCreator::DdrSinkKind: return "DDR sink";
-    default: return "module";
+        case TraceModuleCreator::CoreKind:
+            return "core trace unit";
+        case TraceModuleCreator::StmKind:
+            return "STM";
+        case TraceModuleCreator::NocProbeKind:
+            return "NoC probe";
+        case TraceModuleCreator::NocObserverKind:
+            return "NoC observer";
+        case TraceModuleCreator::FunnelPortKind:
+            return "funnel port";
+        case TraceModuleCreator::ArmFunnelKind:
+            return "funnel";
+        case TraceModuleCreator::EtfSinkKind:
+            return "ETF sink";
+        case TraceModuleCreator::DdrSinkKind:
+            return "DDR sink";
+        default:
+            return "module";
     }
 }
 
 const char* shape(int kind) {
     switch (kind) {
-    case TraceModuleCreator::FunnelPortKind: return "box";
-    case TraceModuleCreator::ArmFunnelKind: return "invtrapezium";
-    case TraceModuleCreator::EtfSinkKind:
-    case TraceModuleCreator::DdrSinkKind: return "cylinder";
-    default: return "box";
+        case TraceModuleCreator::FunnelPortKind:
+            return "box";
+        case TraceModuleCreator::ArmFunnelKind:
+            return "invtrapezium";
+        case TraceModuleCreator::EtfSinkKind:
+        case TraceModuleCreator::DdrSinkKind:
+            return "cylinder";
+        default:
+            return "box";
     }
 }
 
@@ -108,9 +130,10 @@ std::string formatGraphDot(const std::string& file, const LintReport& report) {
     std::ostringstream os;
     os << "digraph trace {\n"
        << "  rankdir=TB; newrank=true; nodesep=0.25; ranksep=0.45;\n"
-       << "  graph [fontname=\"Helvetica\", fontsize=12, labelloc=t, label=" << quoted("Trace path of " + file +
-                                                        "\nsolid green: enabled by a configure run;  dashed grey: left off;  "
-                                                        "red / orange: lint error / warning")
+       << "  graph [fontname=\"Helvetica\", fontsize=12, labelloc=t, label="
+       << quoted("Trace path of " + file +
+                 "\nsolid green: enabled by a configure run;  dashed grey: left off;  "
+                 "red / orange: lint error / warning")
        << "];\n"
        << "  node [fontname=\"Helvetica\", fontsize=10, margin=\"0.12,0.06\"];\n"
        << "  edge [arrowsize=0.7];\n";
@@ -125,8 +148,8 @@ std::string formatGraphDot(const std::string& file, const LintReport& report) {
         label << "</font>";
         auto bad = errors.find(n.name);
         auto warn = warnings.find(n.name);
-        for (const auto* found : {bad != errors.end() ? &bad->second : nullptr,
-                                  warn != warnings.end() ? &warn->second : nullptr}) {
+        for (const auto* found :
+             {bad != errors.end() ? &bad->second : nullptr, warn != warnings.end() ? &warn->second : nullptr}) {
             if (!found) continue;
             const bool error = found == (bad != errors.end() ? &bad->second : nullptr);
             label << "<br/><font point-size=\"9\" color=\"" << (error ? "red3" : "darkorange3") << "\">"
@@ -140,11 +163,15 @@ std::string formatGraphDot(const std::string& file, const LintReport& report) {
         if (n.kind == TraceModuleCreator::ArmFunnelKind || n.kind == TraceModuleCreator::EtfSinkKind ||
             n.kind == TraceModuleCreator::DdrSinkKind)
             style = n.on ? "\"filled,bold\"" : "\"dashed\"";
-        const std::string color = bad != errors.end() ? "red3" : warn != warnings.end() ? "darkorange2"
-                                  : n.on ? "darkgreen" : "gray55";
+        const std::string color = bad != errors.end()      ? "red3"
+                                  : warn != warnings.end() ? "darkorange2"
+                                  : n.on                   ? "darkgreen"
+                                                           : "gray55";
         os << "  " << quoted(n.name) << " [shape=" << shape(n.kind) << ", style=" << style
-           << ", fillcolor=" << (n.on ? "\"#d7f5d7\"" : "white") << ", color=" << color
-           << ", penwidth=" << (bad != errors.end() ? 2.5 : n.on ? 1.8 : 1.0)
+           << ", fillcolor=" << (n.on ? "\"#d7f5d7\"" : "white") << ", color=" << color << ", penwidth="
+           << (bad != errors.end() ? 2.5
+               : n.on              ? 1.8
+                                   : 1.0)
            << ", fontcolor=" << (n.on ? "black" : "gray35") << ", label=" << label.str() << "];\n";
     }
     // Sources on the top row in file order, so that a cluster's cores stand together.
@@ -153,9 +180,8 @@ std::string formatGraphDot(const std::string& file, const LintReport& report) {
         if (n.kind == TraceModuleCreator::CoreKind || n.kind == TraceModuleCreator::StmKind ||
             n.kind == TraceModuleCreator::NocProbeKind)
             sources.push_back(&n);
-    std::stable_sort(sources.begin(), sources.end(), [](const TraceNode* a, const TraceNode* b) {
-        return a->place.line < b->place.line;
-    });
+    std::stable_sort(sources.begin(), sources.end(),
+                     [](const TraceNode* a, const TraceNode* b) { return a->place.line < b->place.line; });
     if (sources.size() > 1) {
         os << "  { rank=same; ";
         for (std::size_t i = 0; i < sources.size(); ++i) os << (i ? " -> " : "") << quoted(sources[i]->name);
@@ -166,8 +192,8 @@ std::string formatGraphDot(const std::string& file, const LintReport& report) {
         std::string target = n.dependency;
         if (!names.count(target)) {
             target = "missing " + std::to_string(++missing);
-            os << "  " << quoted(target) << " [shape=plaintext, fontcolor=red3, label="
-               << quoted("no module '" + n.dependency + "'") << "];\n";
+            os << "  " << quoted(target)
+               << " [shape=plaintext, fontcolor=red3, label=" << quoted("no module '" + n.dependency + "'") << "];\n";
         }
         os << "  " << quoted(n.name) << " -> " << quoted(target);
         if (n.on && n.linked)
@@ -195,8 +221,12 @@ std::string renderWithDot(const std::string& dot, const std::string& format, con
     }
     close(fd);
     const std::string typeArg = "-T" + format;
-    std::vector<char*> argv = {const_cast<char*>("dot"), const_cast<char*>(typeArg.c_str()),
-                               const_cast<char*>("-o"), const_cast<char*>(out.c_str()), temp, nullptr};
+    std::vector<char*> argv = {const_cast<char*>("dot"),
+                               const_cast<char*>(typeArg.c_str()),
+                               const_cast<char*>("-o"),
+                               const_cast<char*>(out.c_str()),
+                               temp,
+                               nullptr};
     pid_t pid = 0;
     const int spawned = posix_spawnp(&pid, "dot", nullptr, nullptr, argv.data(), environ);
     std::string failure;
@@ -219,8 +249,8 @@ std::string renderWithDot(const std::string& dot, const std::string& format, con
 int graphCommand(const std::vector<std::string>& args) {
     namespace po = boost::program_options;
     po::options_description options;
-    options.add_options()("output,o", po::value<std::string>(), "output file")(
-        "file", po::value<std::string>(), "configuration file");
+    options.add_options()("output,o", po::value<std::string>(), "output file")("file", po::value<std::string>(),
+                                                                               "configuration file");
     po::positional_options_description positional;
     positional.add("file", 1);
     const po::variables_map vm = parseArguments(args, options, positional);

@@ -40,10 +40,13 @@ typedef boost::shared_ptr<ConfigurationModule> ModulePtr;
 const std::vector<LintRule>& lintRules() {
     static const std::vector<LintRule> rules = {
         {"load-error", Severity::Error, "The file cannot be loaded."},
-        {"duplicate-name", Severity::Warning, "A block or attribute name repeats in one parent; the loader keeps the first."},
+        {"duplicate-name", Severity::Warning,
+         "A block or attribute name repeats in one parent; the loader keeps the first."},
         {"unknown-module", Severity::Warning, "A block's name makes no module, so the run ignores it."},
-        {"missing-attribute", Severity::Error, "An attribute a module needs is absent, so the module is not programmed."},
-        {"attribute-kind", Severity::Error, "An attribute a module needs is of another kind, so the module is not programmed."},
+        {"missing-attribute", Severity::Error,
+         "An attribute a module needs is absent, so the module is not programmed."},
+        {"attribute-kind", Severity::Error,
+         "An attribute a module needs is of another kind, so the module is not programmed."},
         {"dependency-missing", Severity::Error, "A Dependency names no block, or a block that makes no module."},
         {"dependency-cycle", Severity::Error, "A Dependency closes a cycle; a run drops that link."},
         {"no-sink", Severity::Error, "An enabled trace source reaches no sink that stores trace."},
@@ -67,7 +70,7 @@ const LintRule* findLintRule(const std::string& id) {
 
 std::size_t LintReport::errors() const {
     return static_cast<std::size_t>(std::count_if(findings.begin(), findings.end(),
-        [](const Finding& f) { return f.severity == Severity::Error; }));
+                                                  [](const Finding& f) { return f.severity == Severity::Error; }));
 }
 
 namespace {
@@ -221,8 +224,8 @@ bool Checker::load() {
     Finding f;
     f.rule = "load-error";
     f.place = SourcePlace{line, 1};
-    f.message = "XML Error Code: " + std::to_string(static_cast<int>(code)) + " (" +
-                xrt::get_error_text(code) + ")" + (item.empty() ? std::string() : " at '" + item + "'");
+    f.message = "XML Error Code: " + std::to_string(static_cast<int>(code)) + " (" + xrt::get_error_text(code) + ")" +
+                (item.empty() ? std::string() : " at '" + item + "'");
     report.findings.push_back(f);
     return false;
 }
@@ -322,11 +325,13 @@ void Checker::checkAttributes(const MissingAttributes& missing) {
         if (attributeAt < 0)
             add("missing-attribute", blockAt,
                 "block '" + blockName + "' has no " + miss.kind + " '" + miss.name +
-                    "', so its module is not programmed", blockName);
+                    "', so its module is not programmed",
+                blockName);
         else
             add("attribute-kind", attributeAt,
                 "attribute '" + miss.name + "' of '" + blockName + "' is a " + index->nodes()[attributeAt].element +
-                    " where its module needs a " + miss.kind + ", so the module is not programmed", blockName);
+                    " where its module needs a " + miss.kind + ", so the module is not programmed",
+                blockName);
     }
 }
 
@@ -349,7 +354,8 @@ void Checker::checkDependencies() {
         if (droppedSinks.count(target)) {
             add("sink-filtered", at,
                 "'" + entry.first + "' depends on sink '" + target + "', which TraceLocation '" + traceLocation +
-                    "' drops", entry.first);
+                    "' drops",
+                entry.first);
         } else if (!isBuilt(target)) {
             add("dependency-missing", at,
                 "Dependency of '" + entry.first + "' names '" + target + "', " +
@@ -359,8 +365,8 @@ void Checker::checkDependencies() {
             const auto& linked = module->getDependencies();
             if (std::find(linked.begin(), linked.end(), modules[target]) == linked.end())
                 add("dependency-cycle", at,
-                    "Dependency of '" + entry.first + "' on '" + target +
-                        "' closes a cycle; a run drops this link", entry.first);
+                    "Dependency of '" + entry.first + "' on '" + target + "' closes a cycle; a run drops this link",
+                    entry.first);
         }
     }
 }
@@ -393,8 +399,7 @@ bool traceIdOf(const ModulePtr& m, uint32_t& id, bool& fromAttribute) {
         return false;
     }
     // A module that never read its ID has none to check.
-    return !fromAttribute ||
-           quorl::getTypedAttribute<quorl::UInt32Attribute>(*m->getConfigBlock(), quorl::ATTR_ATB_ID);
+    return !fromAttribute || quorl::getTypedAttribute<quorl::UInt32Attribute>(*m->getConfigBlock(), quorl::ATTR_ATB_ID);
 }
 
 void Checker::checkTraceIds() {
@@ -456,15 +461,14 @@ void Checker::checkFunnelPorts() {
         auto inserted = firstBlock.emplace(std::make_pair(funnel, number), node);
         if (!inserted.second && inserted.first->second != node)  // a repeated name is a duplicate-name
             add("funnel-port", node,
-                "'" + name + "' sets port " + std::to_string(number) + " of '" + funnel +
-                    "' that the block on line " + lineOf(inserted.first->second) + " sets already",
+                "'" + name + "' sets port " + std::to_string(number) + " of '" + funnel + "' that the block on line " +
+                    lineOf(inserted.first->second) + " sets already",
                 name);
-        auto priority = quorl::getTypedAttribute<quorl::UInt32Attribute>(*port->getConfigBlock(),
-                                                                         quorl::ATTR_PORT_PRIORITY);
+        auto priority =
+            quorl::getTypedAttribute<quorl::UInt32Attribute>(*port->getConfigBlock(), quorl::ATTR_PORT_PRIORITY);
         if (priority && priority->getValue() > quorl::ArmFunnelPortModule::LOWEST_PRIORITY)
             add("funnel-port", attributeNode(port, quorl::ATTR_PORT_PRIORITY),
-                "priority " + std::to_string(priority->getValue()) + " of '" + name +
-                    "' is over 7; a run uses 7",
+                "priority " + std::to_string(priority->getValue()) + " of '" + name + "' is over 7; a run uses 7",
                 name);
     });
 }
@@ -496,14 +500,18 @@ void Checker::checkDdrBuffers() {
         const int sizeAt = attributeNode(ddr, quorl::ATTR_TRACE_BUFFER_SIZE);
         const uint64_t base = ddr->getBufferBaseAddress(), size = ddr->getBufferSize();
         if (base % frame)
-            add("ddr-buffer", baseAt, "trace buffer address " + hex(base) + " of '" + entry.first +
-                                          "' is not aligned to 4 KiB", entry.first);
+            add("ddr-buffer", baseAt,
+                "trace buffer address " + hex(base) + " of '" + entry.first + "' is not aligned to 4 KiB", entry.first);
         if (size == 0 || size % frame)
-            add("ddr-buffer", sizeAt, "trace buffer size " + hex(size) + " of '" + entry.first +
-                                          "' is " + (size ? "not a multiple of 4 KiB" : "zero"), entry.first);
+            add("ddr-buffer", sizeAt,
+                "trace buffer size " + hex(size) + " of '" + entry.first + "' is " +
+                    (size ? "not a multiple of 4 KiB" : "zero"),
+                entry.first);
         else if (size > maxBytes)
-            add("ddr-buffer", sizeAt, "trace buffer size " + hex(size) + " of '" + entry.first +
-                                          "' is over the 32-bit word count of the size register", entry.first);
+            add("ddr-buffer", sizeAt,
+                "trace buffer size " + hex(size) + " of '" + entry.first +
+                    "' is over the 32-bit word count of the size register",
+                entry.first);
     }
 }
 
@@ -515,12 +523,15 @@ bool isLoopback(const std::string& address) {
 // controller, STM, timestamp counter. NoC probes and observers have none.
 bool hasFrame(int kind) {
     switch (kind) {
-    case TraceModuleCreator::CoreKind: case TraceModuleCreator::StmKind: case TraceModuleCreator::ArmFunnelKind:
-    case TraceModuleCreator::EtfSinkKind: case TraceModuleCreator::DdrSinkKind:
-    case TraceModuleCreator::TimestampGeneratorKind:
-        return true;
-    default:
-        return false;
+        case TraceModuleCreator::CoreKind:
+        case TraceModuleCreator::StmKind:
+        case TraceModuleCreator::ArmFunnelKind:
+        case TraceModuleCreator::EtfSinkKind:
+        case TraceModuleCreator::DdrSinkKind:
+        case TraceModuleCreator::TimestampGeneratorKind:
+            return true;
+        default:
+            return false;
     }
 }
 
@@ -601,8 +612,9 @@ void Checker::checkAddresses() {
                 if (a.base == b.base)
                     overlap(i, j, "both have base address " + hex(a.base));
                 else if (a.frame || b.frame)
-                    overlap(i, j, "base address " + hex(a.frame ? b.base : a.base) + " lies in the 4 KiB frame at " +
-                                     hex(entry.first.second));
+                    overlap(i, j,
+                            "base address " + hex(a.frame ? b.base : a.base) + " lies in the 4 KiB frame at " +
+                                hex(entry.first.second));
             }
 
     // Registers the run writes. The shared timestamp counter is started by
@@ -619,22 +631,21 @@ void Checker::checkAddresses() {
         if (access.op != Access::Op::Write) continue;
         auto writer = regionOf.find(access.module);
         if (writer == regionOf.end()) continue;
-        if (timestampRegion != regionOf.end() &&
-            regions[timestampRegion->second].space == access.space &&
+        if (timestampRegion != regionOf.end() && regions[timestampRegion->second].space == access.space &&
             frameOf(regions[timestampRegion->second].base) == frameOf(access.address))
             continue;
         auto first = firstWriter.emplace(std::make_pair(access.space, access.address), writer->second);
         if (first.first->second != writer->second)
             overlap(first.first->second, writer->second,
-                   "both write " + (access.reg.empty() ? std::string("register") : access.reg) + " at " +
-                       hex(access.address));
+                    "both write " + (access.reg.empty() ? std::string("register") : access.reg) + " at " +
+                        hex(access.address));
         auto owners = byFrame.find({access.space, frameOf(access.address)});
         if (owners == byFrame.end()) continue;
         for (std::size_t owner : owners->second)
             if (owner != writer->second && regions[owner].frame)
                 overlap(owner, writer->second,
-                       "register " + hex(access.address) + " of '" + access.module +
-                           "' lies in the 4 KiB frame of '" + regions[owner].module + "'");
+                        "register " + hex(access.address) + " of '" + access.module + "' lies in the 4 KiB frame of '" +
+                            regions[owner].module + "'");
     }
 }
 

@@ -38,16 +38,16 @@ struct Finding {
 // One module of the trace path as a run would build it, for the picture.
 struct TraceNode {
     std::string name;
-    int kind = 0;                 // TraceModuleCreator::ModuleKind
-    std::string dependency;       // text of its Dependency attribute
-    bool linked = false;          // the run links that dependency
-    bool on = false;              // a configure run enables it
-    bool built = true;            // false for a sink that TraceLocation drops
+    int kind = 0;            // TraceModuleCreator::ModuleKind
+    std::string dependency;  // text of its Dependency attribute
+    bool linked = false;     // the run links that dependency
+    bool on = false;         // a configure run enables it
+    bool built = true;       // false for a sink that TraceLocation drops
     bool hasBase = false;
     uint64_t baseAddress = 0;
     std::string memorySpace;
-    int traceId = -1;             // -1: carries no trace ID
-    int port = -1;                // funnel port number, -1 for other modules
+    int traceId = -1;  // -1: carries no trace ID
+    int port = -1;     // funnel port number, -1 for other modules
     int portPriority = -1;
     SourcePlace place;
 };

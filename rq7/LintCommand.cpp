@@ -23,7 +23,9 @@ const char* const lintHelp =
 
 namespace {
 
-const char* severityText(Severity s) { return s == Severity::Error ? "error" : "warning"; }
+const char* severityText(Severity s) {
+    return s == Severity::Error ? "error" : "warning";
+}
 
 // The file as a URI reference: an absolute path as a file URI, a relative one
 // as a relative reference; bytes outside the unreserved set percent-encoded.
@@ -70,21 +72,20 @@ std::string formatFindingsSarif(const std::string& file, const LintReport& repor
                            {"message", {{"text", f.message}}},
                            {"locations", json::array({location})}});
     }
-    json log = {{"$schema", "https://json.schemastore.org/sarif-2.1.0.json"},
-                {"version", "2.1.0"},
-                {"runs", json::array({{{"tool", {{"driver", {{"name", "rq7 lint"},
-                                                              {"version", "1.0.0"},
-                                                              {"rules", rules}}}}},
-                                       {"artifacts", json::array({{{"location", {{"uri", uri}}}}})},
-                                       {"results", results}}})}};
+    json log = {
+        {"$schema", "https://json.schemastore.org/sarif-2.1.0.json"},
+        {"version", "2.1.0"},
+        {"runs", json::array({{{"tool", {{"driver", {{"name", "rq7 lint"}, {"version", "1.0.0"}, {"rules", rules}}}}},
+                               {"artifacts", json::array({{{"location", {{"uri", uri}}}}})},
+                               {"results", results}}})}};
     return log.dump(2) + "\n";
 }
 
 int lintCommand(const std::vector<std::string>& args) {
     namespace po = boost::program_options;
     po::options_description options;
-    options.add_options()("format", po::value<std::string>(), "text or sarif")(
-        "file", po::value<std::string>(), "configuration file");
+    options.add_options()("format", po::value<std::string>(), "text or sarif")("file", po::value<std::string>(),
+                                                                               "configuration file");
     po::positional_options_description positional;
     positional.add("file", 1);
     const po::variables_map values = parseArguments(args, options, positional);

@@ -50,16 +50,14 @@ public:
             memory.reset(new gtasim::MemoryImage(*image));
             spaces = DefaultDebugSpaces;
             for (const std::string& space : image->spaces())
-                if (std::find(spaces.begin(), spaces.end(), space) == spaces.end())
-                    spaces.push_back(space);
+                if (std::find(spaces.begin(), spaces.end(), space) == spaces.end()) spaces.push_back(space);
             quorl::ExtAddress::memorySpaceIds = spaces;
         } else {
             quorl::ExtAddress::memorySpaceIds = {"logger"};
         }
     }
 
-    bool writeMemory(const quorl::ExtAddress& where, uint64_t width, uint32_t count,
-                     void* source) override {
+    bool writeMemory(const quorl::ExtAddress& where, uint64_t width, uint32_t count, void* source) override {
         if (!source || !reachable) return false;
         const auto* bytes = static_cast<const uint8_t*>(source);
         if (!memory) {
@@ -89,8 +87,7 @@ public:
         return true;
     }
 
-    bool readMemory(const quorl::ExtAddress& where, uint64_t width, uint32_t count,
-                    void* destination) override {
+    bool readMemory(const quorl::ExtAddress& where, uint64_t width, uint32_t count, void* destination) override {
         if (!destination || !reachable) return false;
         auto* bytes = static_cast<uint8_t*>(destination);
         if (!memory) {
@@ -110,8 +107,7 @@ public:
         return true;
     }
 
-    bool readMemoryPiped(const quorl::ExtAddress& where, uint64_t width, uint32_t count,
-                         void* destination) override {
+    bool readMemoryPiped(const quorl::ExtAddress& where, uint64_t width, uint32_t count, void* destination) override {
         // The agent protocol has no piped read.
         return memory && readMemory(where, width, count, destination);
     }
@@ -210,12 +206,11 @@ Endpoint endpointOf(const quorl::Configuration& configuration, std::string& why)
         why = "no 'Target Access' block";
         return Endpoint::NoProcess;
     }
-    auto method = boost::dynamic_pointer_cast<quorl::EnumAttribute>(
-        block->getConfigAttribute(quorl::ATTR_TARGET_ACCESS_METHOD));
-    auto address = boost::dynamic_pointer_cast<quorl::StringAttribute>(
-        block->getConfigAttribute(quorl::ATTR_SERVER_ADDRESS));
-    auto port = boost::dynamic_pointer_cast<quorl::UInt32Attribute>(
-        block->getConfigAttribute(quorl::ATTR_SERVER_PORT));
+    auto method =
+        boost::dynamic_pointer_cast<quorl::EnumAttribute>(block->getConfigAttribute(quorl::ATTR_TARGET_ACCESS_METHOD));
+    auto address =
+        boost::dynamic_pointer_cast<quorl::StringAttribute>(block->getConfigAttribute(quorl::ATTR_SERVER_ADDRESS));
+    auto port = boost::dynamic_pointer_cast<quorl::UInt32Attribute>(block->getConfigAttribute(quorl::ATTR_SERVER_PORT));
     if (!method || !address || !port) {
         why = "'Target Access' lacks 'Target Access Method', 'ServerAddress' or 'ServerPort'";
         return Endpoint::NoProcess;
@@ -227,8 +222,7 @@ Endpoint endpointOf(const quorl::Configuration& configuration, std::string& why)
     }
     const std::string name = values->at(0);
     if (name == quorl::VALUE_LOGGER)
-        return port->getValue() == quorl::DummyServer::DEFAULT_PORT ? Endpoint::Reachable
-                                                                    : Endpoint::Unreachable;
+        return port->getValue() == quorl::DummyServer::DEFAULT_PORT ? Endpoint::Reachable : Endpoint::Unreachable;
     if (name == quorl::VALUE_GTA) return Endpoint::Reachable;
     why = "target access method '" + name + "' yields no access process";
     return Endpoint::NoProcess;
@@ -251,8 +245,7 @@ Plan makePlan(const std::string& configFile, const PlanOptions& options) {
     if (!refused.empty()) throw LoadError(refused);
     StdoutToStderr logToStderr;
     quorl::TraceModuleCreator::forgetSharedObjects();
-    CONFIG_KA2::TraceTargetConfigPluginKA2 plugin(PluginId, PluginVersion, configFile,
-                                                  PluginClassName);
+    CONFIG_KA2::TraceTargetConfigPluginKA2 plugin(PluginId, PluginVersion, configFile, PluginClassName);
     return makePlan(plugin, configFile, options);
 }
 
@@ -273,9 +266,8 @@ Plan makePlan(CONFIG_KA2::TraceTargetConfigPluginKA2& plugin, const std::string&
         return plan;
     }
     if (endpoint == Endpoint::Unreachable)
-        std::cerr << "rq7: " << configFile << ": the Logger server listens on port "
-                  << quorl::DummyServer::DEFAULT_PORT << " only: every access would fail"
-                  << std::endl;
+        std::cerr << "rq7: " << configFile << ": the Logger server listens on port " << quorl::DummyServer::DEFAULT_PORT
+                  << " only: every access would fail" << std::endl;
 
     boost::shared_ptr<quorl::TaProcess> process(
         new PlanProcess(plan.accesses, options.image, endpoint == Endpoint::Reachable));

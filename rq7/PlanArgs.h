@@ -12,7 +12,6 @@ void addPlanOptions(boost::program_options::options_description& options);
 
 // The options as given; a memory image is read into `image`, which must
 // outlive the result. Throws LoadError for an image that cannot be read.
-PlanOptions planOptionsOf(const boost::program_options::variables_map& values,
-                          gtasim::MemoryImage& image);
+PlanOptions planOptionsOf(const boost::program_options::variables_map& values, gtasim::MemoryImage& image);
 
 }  // namespace rq7

@@ -10,7 +10,9 @@ namespace {
 
 const char Digits[] = "0123456789abcdef";
 
-unsigned hexDigits(unsigned widthBits) { return widthBits > 32 ? 16 : 8; }
+unsigned hexDigits(unsigned widthBits) {
+    return widthBits > 32 ? 16 : 8;
+}
 
 void appendHex(std::string& out, uint64_t value, unsigned digits) {
     out += "0x";
@@ -23,9 +25,13 @@ void appendPadded(std::string& out, const std::string& text, size_t width) {
 }
 
 const std::string Dash = "-";
-const std::string& orDash(const std::string& text) { return text.empty() ? Dash : text; }
+const std::string& orDash(const std::string& text) {
+    return text.empty() ? Dash : text;
+}
 
-unsigned addressBits(uint64_t address) { return address > 0xffffffffu ? 64 : 32; }
+unsigned addressBits(uint64_t address) {
+    return address > 0xffffffffu ? 64 : 32;
+}
 
 }  // namespace
 
@@ -35,7 +41,9 @@ std::string hexValue(uint64_t value, unsigned widthBits) {
     return text;
 }
 
-std::string spaceText(const std::string& space) { return orDash(space); }
+std::string spaceText(const std::string& space) {
+    return orDash(space);
+}
 
 void printPlanText(std::ostream& out, const std::vector<Access>& accesses) {
     size_t module = 0, reg = 0, space = 0, address = 0, width = 0;

@@ -27,7 +27,9 @@ std::string registerLine(const std::string& name, uint64_t offset, uint32_t valu
     return name + "(" + hex(offset / 4, 3) + ")=" + hex(value, 8) + "\n";
 }
 
-std::string bytesOf(const std::vector<uint8_t>& data) { return std::string(data.begin(), data.end()); }
+std::string bytesOf(const std::vector<uint8_t>& data) {
+    return std::string(data.begin(), data.end());
+}
 
 void fail(const std::string& what, const std::string& path) {
     throw std::runtime_error(what + " " + path + ": " + std::strerror(errno));
@@ -66,8 +68,8 @@ std::vector<SnapshotFile> snapshotFiles(const SnapshotContent& c) {
         const std::string name = deviceName(c.buffers[i].sink);
         captured.insert(c.buffers[i].sink);
         buffers += (i ? "," : "") + std::string("buffer") + std::to_string(i);
-        bufferSections += "\n[buffer" + std::to_string(i) + "]\nname=" + name + "\nfile=" + name +
-                          ".bin\nformat=coresight\n";
+        bufferSections +=
+            "\n[buffer" + std::to_string(i) + "]\nname=" + name + "\nfile=" + name + ".bin\nformat=coresight\n";
         files.push_back({name + ".bin", bytesOf(c.buffers[i].bytes)});
     }
     // A source whose chain reaches no captured sink is put with the first
@@ -80,8 +82,9 @@ std::vector<SnapshotFile> snapshotFiles(const SnapshotContent& c) {
     std::string dumpSections;
     for (size_t i = 0; i < c.dumps.size(); ++i) {
         const std::string file = "mem_" + std::to_string(i) + ".bin";
-        dumpSections += "\n[dump" + std::to_string(i + 1) + "]\nfile=" + file + "\naddress=" +
-                        hex(c.dumps[i].address, 8) + "\nlength=" + hex(c.dumps[i].bytes.size(), 1) + "\n";
+        dumpSections += "\n[dump" + std::to_string(i + 1) + "]\nfile=" + file +
+                        "\naddress=" + hex(c.dumps[i].address, 8) + "\nlength=" + hex(c.dumps[i].bytes.size(), 1) +
+                        "\n";
         files.push_back({file, bytesOf(c.dumps[i].bytes)});
     }
 
@@ -94,8 +97,8 @@ std::vector<SnapshotFile> snapshotFiles(const SnapshotContent& c) {
         const TraceUnit& unit = c.setup.units[i];
         const UnitRegisters& r = c.unitRegisters[i];
         const std::string core = deviceName(unit.block), etm = "ETM_" + core;
-        addDevice(core + ".ini", "[device]\nname=" + core + "\nclass=core\ntype=" + unit.coreType + "\n" +
-                                     dumpSections);
+        addDevice(core + ".ini",
+                  "[device]\nname=" + core + "\nclass=core\ntype=" + unit.coreType + "\n" + dumpSections);
         const uint32_t implemented = implementedConfigBits(r.ids[ID_INDEX_TRCIDR0], r.ids[ID_INDEX_TRCIDR2]);
         std::string regs = registerLine("TRCCONFIGR", etmOffset(quorl::etm::TRCCONFIGR), r.config & implemented) +
                            registerLine("TRCTRACEIDR", etmOffset(quorl::etm::TRCTRACEIDR), r.traceId);
@@ -112,8 +115,8 @@ std::vector<SnapshotFile> snapshotFiles(const SnapshotContent& c) {
         sources += name + "=" + bufferOf(c.setup.stms[i].sink) + "\n";
     }
 
-    files.push_back({"snapshot.ini", "[snapshot]\nversion=1.0\n\n[device_list]\n" + deviceList +
-                                         "\n[trace]\nmetadata=trace.ini\n"});
+    files.push_back({"snapshot.ini",
+                     "[snapshot]\nversion=1.0\n\n[device_list]\n" + deviceList + "\n[trace]\nmetadata=trace.ini\n"});
     files.push_back({"trace.ini", "[trace_buffers]\nbuffers=" + buffers + "\n" + bufferSections +
                                       "\n[source_buffers]\n" + sources + "\n[core_trace_sources]\n" + cores});
     return files;

@@ -36,11 +36,16 @@ SourceIndex::SourceIndex(const std::string& text) {
             const std::string& element = reader.get_local_name();
             const Role parent = stack.empty() ? Other : stack.back().role;
             Role role = Other;
-            if (element == "ConfigBlock" && (parent == Block || parent == Document)) role = Block;
-            else if (parent == Block && endsWith(element, "Attribute")) role = Attribute;
-            else if (element == "Name" && parent != Other) role = NameText;
-            else if (element == "DefaultValue" && parent == Attribute) role = ValueText;
-            else if (element == "Configuration" && stack.size() == 1) role = Document;
+            if (element == "ConfigBlock" && (parent == Block || parent == Document))
+                role = Block;
+            else if (parent == Block && endsWith(element, "Attribute"))
+                role = Attribute;
+            else if (element == "Name" && parent != Other)
+                role = NameText;
+            else if (element == "DefaultValue" && parent == Attribute)
+                role = ValueText;
+            else if (element == "Configuration" && stack.size() == 1)
+                role = Document;
             int node = -1;
             if (role == Block || role == Attribute) {
                 node = static_cast<int>(list.size());
@@ -62,8 +67,10 @@ SourceIndex::SourceIndex(const std::string& text) {
             const Frame frame = stack.back();
             stack.pop_back();
             if (frame.node >= 0) {
-                if (frame.role == Block) openBlock = list[frame.node].parent;
-                else if (list[frame.node].keptAs == -1) named(frame.node);  // attribute without a Name
+                if (frame.role == Block)
+                    openBlock = list[frame.node].parent;
+                else if (list[frame.node].keptAs == -1)
+                    named(frame.node);  // attribute without a Name
                 continue;
             }
             if (stack.empty()) continue;
@@ -90,8 +97,7 @@ void SourceIndex::named(int node) {
     const bool parentKept = n.parent < 0 || list[n.parent].keptAs == n.parent;
     const std::string parentName = n.parent < 0 ? docName : list[n.parent].qualifiedName;
     std::unordered_map<std::string, int>& table = n.kind == SourceNode::Block ? blocks : attributes;
-    const std::string key =
-        n.kind == SourceNode::Block ? parentName + "." + n.name : parentName + "\n" + n.name;
+    const std::string key = n.kind == SourceNode::Block ? parentName + "." + n.name : parentName + "\n" + n.name;
     n.qualifiedName = parentName + "." + n.name;
     if (!parentKept) {
         n.keptAs = -2;  // inside a dropped block: neither kept nor a duplicate of its own

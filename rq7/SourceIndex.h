@@ -4,8 +4,8 @@
 // pass of the XML runtime's pull reader over the same bytes records every
 // block and attribute element, duplicates included, by qualified name.
 #include <cstddef>
-#include <unordered_map>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 namespace rq7 {
@@ -19,10 +19,10 @@ struct SourceNode {
     enum Kind { Block, Attribute } kind = Block;
     std::string element;  // "ConfigBlock", "UInt32Attribute" ...
     std::string name;
-    std::string value;    // text of DefaultValue, for attributes
+    std::string value;          // text of DefaultValue, for attributes
     std::string qualifiedName;  // as the tree names it: document name, ".", block names ...
-    SourcePlace place;    // the start tag
-    int parent = -1;      // enclosing block node
+    SourcePlace place;          // the start tag
+    int parent = -1;            // enclosing block node
     // The node the loader keeps under this name: itself, or the earlier node
     // this one duplicates; -1 until the name is known, -2 inside a dropped block.
     int keptAs = -1;

@@ -14,9 +14,16 @@ namespace rq7 {
 using namespace quorl::etm;
 
 const EtmIdRegister ETM_ID_REGISTERS[ETM_ID_COUNT] = {
-    {ID_TRCAUTHSTATUS, 0x000000CC}, {quorl::etm::ID_TRCIDR0, 0x28000EA1}, {ID_TRCIDR1, 0x4100F403},
-    {quorl::etm::ID_TRCIDR2, 0x00000488}, {ID_TRCIDR8, 0}, {ID_TRCIDR9, 0}, {ID_TRCIDR10, 0},
-    {ID_TRCIDR11, 0}, {ID_TRCIDR12, 0}, {ID_TRCIDR13, 0},
+    {ID_TRCAUTHSTATUS, 0x000000CC},
+    {quorl::etm::ID_TRCIDR0, 0x28000EA1},
+    {ID_TRCIDR1, 0x4100F403},
+    {quorl::etm::ID_TRCIDR2, 0x00000488},
+    {ID_TRCIDR8, 0},
+    {ID_TRCIDR9, 0},
+    {ID_TRCIDR10, 0},
+    {ID_TRCIDR11, 0},
+    {ID_TRCIDR12, 0},
+    {ID_TRCIDR13, 0},
 };
 
 namespace {
@@ -141,8 +148,8 @@ TraceSetup traceSetup(const std::string& configFile, const Plan& plan) {
             sink.mode = static_cast<uint32_t>(m.value(base + tmcOffset(quorl::tmc::MODE)));
             sink.systemBuffer = m.has(quorl::tmc::registerMap[quorl::tmc::DBALO].name);
             if (sink.systemBuffer) {
-                sink.bufferBase =
-                    m.value(base + tmcOffset(quorl::tmc::DBAHI)) << quorl::tmc::DBAHI_ADDRESS_SHIFT | m.value(base + tmcOffset(quorl::tmc::DBALO));
+                sink.bufferBase = m.value(base + tmcOffset(quorl::tmc::DBAHI)) << quorl::tmc::DBAHI_ADDRESS_SHIFT |
+                                  m.value(base + tmcOffset(quorl::tmc::DBALO));
                 sink.bufferSize = m.value(base + tmcOffset(quorl::tmc::RSZ)) * 4;
             }
             setup.sinks.push_back(sink);

@@ -15,10 +15,18 @@
 namespace rq7 {
 
 // Offsets from a unit's base address, from the units' register maps.
-inline uint64_t etmOffset(quorl::etm::Register32 id) { return quorl::etm::registerMap32[id].offset; }
-inline uint64_t etmIdOffset(quorl::etm::IdRegister id) { return quorl::etm::idRegisterMap[id].offset; }
-inline uint64_t tmcOffset(quorl::tmc::RegisterId id) { return quorl::tmc::registerMap[id].offset; }
-inline uint64_t stmOffset(quorl::stm::RegisterId id) { return quorl::stm::registerMap[id].offset; }
+inline uint64_t etmOffset(quorl::etm::Register32 id) {
+    return quorl::etm::registerMap32[id].offset;
+}
+inline uint64_t etmIdOffset(quorl::etm::IdRegister id) {
+    return quorl::etm::idRegisterMap[id].offset;
+}
+inline uint64_t tmcOffset(quorl::tmc::RegisterId id) {
+    return quorl::tmc::registerMap[id].offset;
+}
+inline uint64_t stmOffset(quorl::stm::RegisterId id) {
+    return quorl::stm::registerMap[id].offset;
+}
 
 // Identification registers a decoder needs of an ETMv4 unit, with the values
 // of an Armv8-A unit (64-bit addresses and timestamps, 32-bit context IDs,

@@ -1,3 +1,5 @@
 #include "rq7/Cli.h"
 
-int main(int argc, char* argv[]) { return rq7::main(argc, argv); }
+int main(int argc, char* argv[]) {
+    return rq7::main(argc, argv);
+}

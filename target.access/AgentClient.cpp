@@ -33,7 +33,9 @@ std::string lastError;
 // The operations test the handle against zero, as the agent protocol's
 // clients always have; the unconnected all-ones handle passes and fails at
 // the socket call instead.
-bool socketIsZero() { return agentSocket == 0; }
+bool socketIsZero() {
+    return agentSocket == 0;
+}
 
 // The next message from the agent in host order, into *host for the caller
 // to free; 0, or the failure with lastError set. A closed connection (-1)
@@ -45,12 +47,10 @@ int receiveFromAgent(agent_message** host, bool reportClosed) {
     }
     // Wait for the answer only as long as an agent would take; a reply may
     // already wait whole in the buffer.
-    const bool buffered =
-        agentReader.socket == agentSocket && agentReader.end - agentReader.start >= 4;
+    const bool buffered = agentReader.socket == agentSocket && agentReader.end - agentReader.start >= 4;
     int ready = 1;
     pollfd wait = {agentSocket, POLLIN, 0};
-    while (!buffered && agentSocket >= 0 && (ready = ::poll(&wait, 1, replyTimeoutMs)) < 0 &&
-           errno == EINTR) {
+    while (!buffered && agentSocket >= 0 && (ready = ::poll(&wait, 1, replyTimeoutMs)) < 0 && errno == EINTR) {
     }
     agent_message* net = nullptr;
     int rc = ready == 0 ? -ETIMEDOUT : recv_sock_message(agentSocket, &net, &agentReader);
@@ -100,13 +100,21 @@ void setLastError(const char* format, ...) {
     lastError.assign(text.data(), size_t(n));
 }
 
-std::string getLastError() { return lastError; }
+std::string getLastError() {
+    return lastError;
+}
 
-void clearLastError() { lastError.clear(); }
+void clearLastError() {
+    lastError.clear();
+}
 
-agent_socket_t getAgentSocket() { return agentSocket; }
+agent_socket_t getAgentSocket() {
+    return agentSocket;
+}
 
-ConnectionInfo& lastAgentConnection() { return lastConnection; }
+ConnectionInfo& lastAgentConnection() {
+    return lastConnection;
+}
 
 void closeAgentSocket() {
     if (agentSocket > 0) ::close(agentSocket);  // a zero handle is "invalid", never closed
@@ -114,7 +122,9 @@ void closeAgentSocket() {
     agent_reader_init(&agentReader, NO_SOCKET);
 }
 
-void setAgentReplyTimeout(int milliseconds) { replyTimeoutMs = milliseconds; }
+void setAgentReplyTimeout(int milliseconds) {
+    replyTimeoutMs = milliseconds;
+}
 
 void resetAgentConnection() {
     closeAgentSocket();
@@ -184,11 +194,20 @@ int sendToAgent(agent_message* host) {
 int sendMemoryMessage(uint64_t address, const void* buffer, unsigned width, uint8_t operation) {
     uint8_t code;
     switch (width) {
-        case 1: code = 0; break;
-        case 2: code = 1; break;
-        case 4: code = 2; break;
-        case 8: code = 3; break;
-        default: return -EINVAL;
+        case 1:
+            code = 0;
+            break;
+        case 2:
+            code = 1;
+            break;
+        case 4:
+            code = 2;
+            break;
+        case 8:
+            code = 3;
+            break;
+        default:
+            return -EINVAL;
     }
     agent_mem_message m{};
     m.length = AGENT_MEM_LENGTH;

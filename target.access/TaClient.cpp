@@ -4,7 +4,9 @@
 
 namespace quorl {
 
-TargetConfig_TaProcessClient::TargetConfig_TaProcessClient() { id = generateUuid(); }
+TargetConfig_TaProcessClient::TargetConfig_TaProcessClient() {
+    id = generateUuid();
+}
 
 bool TargetConfig_TaProcessClient::notify(uint32_t a, uint32_t b, uint32_t c) {
     first = a;

@@ -28,9 +28,8 @@ const char LIST_MEMORY_SPACES[] = "mem list-ms";
 
 }  // namespace
 
-TaProcessGTA::TaProcessGTA(std::string address, unsigned port, std::string connection,
-                           std::string soc, std::string core, std::string memSpace,
-                           std::string endian) {
+TaProcessGTA::TaProcessGTA(std::string address, unsigned port, std::string connection, std::string soc,
+                           std::string core, std::string memSpace, std::string endian) {
     if (gta_init() != GTA_OK) fail("Cannot initialize libgta");
     const std::string url = "tcp://" + address + ":" + std::to_string(port);
     if (gta_open(url.c_str(), &session) != GTA_OK) fail("Cannot open a connection to server");
@@ -53,8 +52,8 @@ int TaProcessGTA::loadMemorySpaces() {
     if (gta_exec(session, LIST_MEMORY_SPACES, &reply) != GTA_OK) return -1;
     const uint64_t size = reply->buffer.size;
     std::string text(size / 2, '\0');
-    if (gta_decode_hex(reinterpret_cast<const char*>(reply->buffer.data), size,
-                       reinterpret_cast<uint8_t*>(&text[0])) != GTA_OK)
+    if (gta_decode_hex(reinterpret_cast<const char*>(reply->buffer.data), size, reinterpret_cast<uint8_t*>(&text[0])) !=
+        GTA_OK)
         return -1;
     // One token per newline, empty ones kept; the last is what follows the
     // final newline and is dropped.
@@ -105,24 +104,21 @@ bool TaProcessGTA::writeMemory(const ExtAddress& where, uint64_t width, uint32_t
     return true;
 }
 
-bool TaProcessGTA::readMemory(const ExtAddress& where, uint64_t width, uint32_t count,
-                              void* destination) {
+bool TaProcessGTA::readMemory(const ExtAddress& where, uint64_t width, uint32_t count, void* destination) {
     if (!connected) throw std::runtime_error("Invalid connection");
     if (!destination) return false;
-    if (gta_mem_read(session, context, where.address, where.memorySpace.c_str(),
-                     static_cast<int32_t>(width), static_cast<int32_t>(count), destination) != GTA_OK)
+    if (gta_mem_read(session, context, where.address, where.memorySpace.c_str(), static_cast<int32_t>(width),
+                     static_cast<int32_t>(count), destination) != GTA_OK)
         throw std::runtime_error("Cannot read memory through GTA");
     if (bigEndian() && count != 0) swapElements(destination, width, count);
     return true;
 }
 
-bool TaProcessGTA::readMemoryPiped(const ExtAddress& where, uint64_t width, uint32_t count,
-                                   void* destination) {
+bool TaProcessGTA::readMemoryPiped(const ExtAddress& where, uint64_t width, uint32_t count, void* destination) {
     if (!connected) throw std::runtime_error("Invalid connection");
     if (!destination) return false;
-    if (gta_mem_read_piped(session, context, where.address, where.memorySpace.c_str(),
-                           static_cast<int32_t>(width), static_cast<int32_t>(count),
-                           destination) != GTA_OK)
+    if (gta_mem_read_piped(session, context, where.address, where.memorySpace.c_str(), static_cast<int32_t>(width),
+                           static_cast<int32_t>(count), destination) != GTA_OK)
         throw std::runtime_error("Cannot read memory through GTA");
     if (bigEndian() && count != 0) swapElements(destination, width, count);
     return true;

@@ -18,8 +18,8 @@ public:
     // core) the server's current one, then loads the server's memory-space
     // names into ExtAddress::memorySpaceIds. Throws std::runtime_error on
     // failure. `endianness` "big" swaps each element between host and target.
-    TaProcessGTA(std::string address, unsigned port, std::string connection, std::string soc,
-                 std::string core, std::string memorySpace, std::string endianness);
+    TaProcessGTA(std::string address, unsigned port, std::string connection, std::string soc, std::string core,
+                 std::string memorySpace, std::string endianness);
     ~TaProcessGTA() override;
     TaProcessGTA(const TaProcessGTA&) = delete;
     TaProcessGTA& operator=(const TaProcessGTA&) = delete;
@@ -29,8 +29,7 @@ public:
     // writes, low word first.
     bool writeMemory(const ExtAddress& where, uint64_t width, uint32_t count, void* source) override;
     bool readMemory(const ExtAddress& where, uint64_t width, uint32_t count, void* destination) override;
-    bool readMemoryPiped(const ExtAddress& where, uint64_t width, uint32_t count,
-                         void* destination) override;
+    bool readMemoryPiped(const ExtAddress& where, uint64_t width, uint32_t count, void* destination) override;
     bool writeRegister(const std::string&, uint64_t, uint32_t, void*) override { return false; }
     bool readRegister(const std::string&, uint64_t, uint32_t, uint64_t*) override { return false; }
     bool reserved() override { return false; }

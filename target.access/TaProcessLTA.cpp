@@ -95,29 +95,24 @@ void TaProcessLTA::connect() {
     last.connected = connected;
 }
 
-bool TaProcessLTA::writeMemory(const ExtAddress& where, uint64_t width, uint32_t count,
-                               void* source) {
+bool TaProcessLTA::writeMemory(const ExtAddress& where, uint64_t width, uint32_t count, void* source) {
     if (!source) return false;
     connect();
-    uint64_t size =
-        accessSize(width, count, "Trying to write more than 64 bits into IO_MAPPED memory once.");
+    uint64_t size = accessSize(width, count, "Trying to write more than 64 bits into IO_MAPPED memory once.");
     uint64_t value = 0;
     std::memcpy(&value, source, size);
 
     const int sent = sendMemoryMessage(where.address, &value, unsigned(size), AGENT_OP_WRITE);
     if (requestWrite(sent, "Failed to send a request") != 0)
         throw Exception(SOURCE, LINE_WRITE_MEMORY,
-                        "Cannot write address " + hexDigits(where.address) +
-                            " with memory space " + where.memorySpace);
+                        "Cannot write address " + hexDigits(where.address) + " with memory space " + where.memorySpace);
     return true;
 }
 
-bool TaProcessLTA::readMemory(const ExtAddress& where, uint64_t width, uint32_t count,
-                              void* destination) {
+bool TaProcessLTA::readMemory(const ExtAddress& where, uint64_t width, uint32_t count, void* destination) {
     if (!destination) return false;
     connect();
-    uint64_t size =
-        accessSize(width, count, "Trying to read more than 64 bits into IO_MAPPED memory once.");
+    uint64_t size = accessSize(width, count, "Trying to read more than 64 bits into IO_MAPPED memory once.");
     uint64_t value = 0;
     const uint64_t zero = 0;
     int result = sendMemoryMessage(where.address, &zero, unsigned(size), AGENT_OP_READ);
@@ -129,13 +124,11 @@ bool TaProcessLTA::readMemory(const ExtAddress& where, uint64_t width, uint32_t 
     std::memcpy(destination, &value, size);
     if (result != 0)
         throw Exception(SOURCE, LINE_READ_MEMORY,
-                        "Cannot read address " + hexDigits(where.address) +
-                            " with memory space " + where.memorySpace);
+                        "Cannot read address " + hexDigits(where.address) + " with memory space " + where.memorySpace);
     return true;
 }
 
-bool TaProcessLTA::writeRegister(const std::string& name, uint64_t width, uint32_t count,
-                                 void* source) {
+bool TaProcessLTA::writeRegister(const std::string& name, uint64_t width, uint32_t count, void* source) {
     if (!source) return false;
     connect();
     uint64_t size = accessSize(width, count, "Attempt to write more than 64 bits into a register.");
@@ -148,8 +141,7 @@ bool TaProcessLTA::writeRegister(const std::string& name, uint64_t width, uint32
     return true;
 }
 
-bool TaProcessLTA::readRegister(const std::string& name, uint64_t width, uint32_t count,
-                                uint64_t* destination) {
+bool TaProcessLTA::readRegister(const std::string& name, uint64_t width, uint32_t count, uint64_t* destination) {
     if (!destination) return false;
     connect();
     // The destination is one 64-bit value, so nothing needs clamping.
@@ -158,9 +150,7 @@ bool TaProcessLTA::readRegister(const std::string& name, uint64_t width, uint32_
 
     const uint64_t zero = 0;
     int result = sendRegisterMessage(name.c_str(), &zero, AGENT_OP_READ);
-    if (result >= 0)
-        result = receiveReadReply(AGENT_MSG_REGISTER, offsetof(agent_reg_message, value),
-                                  destination);
+    if (result >= 0) result = receiveReadReply(AGENT_MSG_REGISTER, offsetof(agent_reg_message, value), destination);
     if (result != 0) throw Exception(SOURCE, LINE_READ_REGISTER, "Cannot read register " + name);
     return true;
 }

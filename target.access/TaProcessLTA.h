@@ -6,8 +6,8 @@
 // The connection is process-wide (AgentClient.h): every TaProcessLTA on the
 // same address and port shares one socket, opened on the first access and
 // kept until closeAgentSocket().
-#include "target.access/TaProcess.h"
 #include "target.access/AgentClient.h"
+#include "target.access/TaProcess.h"
 
 #include <boost/thread/mutex.hpp>
 
@@ -25,15 +25,11 @@ public:
     // Each slot connects first if needed and throws Exception when the
     // request fails; false only for a null buffer or an operation this
     // protocol does not offer.
-    bool writeMemory(const ExtAddress& where, uint64_t width, uint32_t count,
-                     void* source) override;
-    bool readMemory(const ExtAddress& where, uint64_t width, uint32_t count,
-                    void* destination) override;
+    bool writeMemory(const ExtAddress& where, uint64_t width, uint32_t count, void* source) override;
+    bool readMemory(const ExtAddress& where, uint64_t width, uint32_t count, void* destination) override;
     bool readMemoryPiped(const ExtAddress&, uint64_t, uint32_t, void*) override { return false; }
-    bool writeRegister(const std::string& name, uint64_t width, uint32_t count,
-                       void* source) override;
-    bool readRegister(const std::string& name, uint64_t width, uint32_t count,
-                      uint64_t* destination) override;
+    bool writeRegister(const std::string& name, uint64_t width, uint32_t count, void* source) override;
+    bool readRegister(const std::string& name, uint64_t width, uint32_t count, uint64_t* destination) override;
     bool reserved() override { return false; }
     unsigned int accessType() override { return ACCESS_AGENT; }
 

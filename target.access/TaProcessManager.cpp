@@ -40,18 +40,15 @@ TaProcessManager& TaProcessManager::getInstance() {
     return instance;
 }
 
-uint32_t TaProcessManager::getAccessType(boost::shared_ptr<TaClient>,
-                                         boost::shared_ptr<ConfigBlock> block) {
+uint32_t TaProcessManager::getAccessType(boost::shared_ptr<TaClient>, boost::shared_ptr<ConfigBlock> block) {
     std::string type;
     if (!block || !accessTypeOf(*block, type)) return ACCESS_TYPE_UNKNOWN;
     return type == TYPE_GTA ? ACCESS_TYPE_GTA : ACCESS_TYPE_OTHER;
 }
 
-boost::shared_ptr<TaProcess> TaProcessManager::createProcess(const std::string&,
-                                                             boost::shared_ptr<ConfigBlock> block) {
+boost::shared_ptr<TaProcess> TaProcessManager::createProcess(const std::string&, boost::shared_ptr<ConfigBlock> block) {
     std::string type;
-    if (!block || !accessTypeOf(*block, type) || type != TYPE_GTA)
-        return boost::shared_ptr<TaProcess>();
+    if (!block || !accessTypeOf(*block, type) || type != TYPE_GTA) return boost::shared_ptr<TaProcess>();
 
     auto address = getTypedAttribute<StringAttribute>(*block, ATTR_SERVER_ADDRESS);
     auto connection = getTypedAttribute<StringAttribute>(*block, ATTR_CONNECTION);
@@ -66,9 +63,9 @@ boost::shared_ptr<TaProcess> TaProcessManager::createProcess(const std::string&,
     if (!endiannessValues) return boost::shared_ptr<TaProcess>();
 
     // Connects in its constructor; its failures are thrown through.
-    return boost::shared_ptr<TaProcess>(new TaProcessGTA(
-        address->getValue(), port->getValue(), connection->getValue(), soc->getValue(),
-        core->getValue(), memSpace->getValue(), endiannessValues->at(0)));
+    return boost::shared_ptr<TaProcess>(new TaProcessGTA(address->getValue(), port->getValue(), connection->getValue(),
+                                                         soc->getValue(), core->getValue(), memSpace->getValue(),
+                                                         endiannessValues->at(0)));
 }
 
 }  // namespace quorl

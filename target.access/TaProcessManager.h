@@ -27,8 +27,7 @@ public:
     // A connected debug-server process for a "GTA" block; empty for any other
     // type or when a connection setting is missing. Connection failures of
     // the process itself are thrown through.
-    boost::shared_ptr<TaProcess> createProcess(const std::string& clientId,
-                                               boost::shared_ptr<ConfigBlock> block);
+    boost::shared_ptr<TaProcess> createProcess(const std::string& clientId, boost::shared_ptr<ConfigBlock> block);
 
 private:
     TaProcessManager() = default;

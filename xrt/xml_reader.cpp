@@ -38,8 +38,7 @@ int c_xml_local::find(const std::string& prefix) const {
 
 // ---------------------------------------------------------------- c_xml
 
-c_xml::c_xml(c_read& source, c_error* error)
-    : m_error(error ? *error : m_own_error), m_in(source, m_error) {
+c_xml::c_xml(c_read& source, c_error* error) : m_error(error ? *error : m_own_error), m_in(source, m_error) {
     m_in.set_namespaces(&m_namespaces);
 }
 
@@ -74,7 +73,9 @@ c_xml_reader::c_xml_reader(c_read& source, c_error* error) : c_xml(source, error
 
 c_xml_reader::~c_xml_reader() = default;
 
-exrt_error c_xml_reader::user_handle_error(exrt_error code) { return code; }
+exrt_error c_xml_reader::user_handle_error(exrt_error code) {
+    return code;
+}
 
 exrt_error c_xml_reader::user_handle_error(exrt_error code, const char*, const char*, int) {
     return user_handle_error(code);
@@ -219,8 +220,7 @@ int c_xml_reader::after_bang() {
     }
     if (c == 'D') {
         if (!match("OCTYPE")) return fail(e_not_well_formed, et_fatal, "XML not Well-Formed");
-        if (m_past_prolog)
-            return fail(e_bad_dtd, et_fatal, "Document Type Declaration not at start of document");
+        if (m_past_prolog) return fail(e_bad_dtd, et_fatal, "Document Type Declaration not at start of document");
         if (m_doctype_read) return fail(e_bad_dtd, et_fatal, "Document Type Declaration already read");
         m_doctype_read = m_seen_markup = true;
         if (!m_in.read_doctype()) {
@@ -267,8 +267,7 @@ int c_xml_reader::read_start_tag() {
 bool c_xml_reader::read_quoted(std::string& value) {
     int q = m_in.get_non_ws();
     if (q != '"' && q != '\'') {
-        fail(e_not_well_formed, et_fatal,
-             "Schema is not Well Formed (expected '\"' or ''', got " + char_text(q) + "'");
+        fail(e_not_well_formed, et_fatal, "Schema is not Well Formed (expected '\"' or ''', got " + char_text(q) + "'");
         return false;
     }
     value.clear();
@@ -295,8 +294,7 @@ bool c_xml_reader::read_attributes() {
         m_in.read_name(m_spare);
         c = m_in.get_non_ws();
         if (c != '=') {
-            fail(e_not_well_formed, et_fatal,
-                 "Schema is not Well Formed (expected '=', got '" + char_text(c) + "'");
+            fail(e_not_well_formed, et_fatal, "Schema is not Well Formed (expected '=', got '" + char_text(c) + "'");
             return false;
         }
         if (!read_quoted(m_value)) return false;
@@ -333,8 +331,8 @@ bool c_xml_reader::read_attributes() {
 void c_xml_reader::crack_attribute(std::size_t i) {
     const s_attribute& a = m_attributes[i];
     m_attribute.crack(m_attr_text.data() + a.name, a.name_length);
-    m_attribute.ns_id = m_attribute.has_prefix ? find_prefix(m_attribute.prefix)
-                                               : static_cast<int>(c_enumerated_namespaces::ns_none);
+    m_attribute.ns_id =
+        m_attribute.has_prefix ? find_prefix(m_attribute.prefix) : static_cast<int>(c_enumerated_namespaces::ns_none);
 }
 
 int c_xml_reader::next_attribute() {
@@ -585,8 +583,7 @@ bool c_xml_reader::expand_value(const char* raw, std::string& value, int ws_mode
     return ok;
 }
 
-bool c_xml_reader::get_named_attribute(int ns_id, const char* local_name, std::string& value,
-                                       int ws_mode) {
+bool c_xml_reader::get_named_attribute(int ns_id, const char* local_name, std::string& value, int ws_mode) {
     const std::size_t length = std::strlen(local_name);
     for (const s_attribute& a : m_attributes) {
         const char* name = m_attr_text.data() + a.name;

@@ -18,10 +18,10 @@ enum exrt_event {
     xe_unknown_name = 1,
     xe_error_2 = 2,
     xe_error = 3,
-    xe_start_tag_end = 4,    // ">" of a start tag
+    xe_start_tag_end = 4,  // ">" of a start tag
     xe_text = 5,
-    xe_end_tag = 6,          // "</name>" or "/>"
-    xe_start = 7,            // start tag, or one attribute of it
+    xe_end_tag = 6,  // "</name>" or "/>"
+    xe_start = 7,    // start tag, or one attribute of it
     xe_xsi_type = 8,
     xe_xsi_nil = 9,
     xe_xsi_schema_location = 10,
@@ -31,10 +31,10 @@ enum exrt_event {
 
 // One row of a token table; a table ends with a row whose name is null.
 struct s_xml_token {
-    int ns;             // namespace id, 1 for no namespace
-    const char* name;   // local name
-    unsigned length;    // length of name
-    int token;          // value the name maps to (12 and up)
+    int ns;            // namespace id, 1 for no namespace
+    const char* name;  // local name
+    unsigned length;   // length of name
+    int token;         // value the name maps to (12 and up)
 };
 
 // A prefix and namespace URI; a table ends with a row whose URI is null. The reader enters
@@ -88,8 +88,7 @@ private:
 
 class c_string_stack_node {
 public:
-    c_string_stack_node(c_string_stack& stack, const std::string& name)
-        : m_stack(stack), m_name(name) {
+    c_string_stack_node(c_string_stack& stack, const std::string& name) : m_stack(stack), m_name(name) {
         m_stack.push(name);
     }
     ~c_string_stack_node() { m_stack.pop(); }
@@ -135,8 +134,7 @@ public:
     explicit c_xml_reader(c_read& source, c_error* error = nullptr);
     ~c_xml_reader() override;
     virtual exrt_error user_handle_error(exrt_error code);
-    virtual exrt_error user_handle_error(exrt_error code, const char* item, const char* file,
-                                         int line);
+    virtual exrt_error user_handle_error(exrt_error code, const char* item, const char* file, int line);
     // "line:N-'item'-text of the code", or the text of code 0.
     virtual std::string get_error_info() const;
 
@@ -165,16 +163,13 @@ public:
     // Reads "</name>" (blanks allowed before ">"); false if something else comes.
     bool test_end_tag(const char* name);
     // Value of an attribute of the current start tag, references expanded.
-    bool get_named_attribute(int ns_id, const char* local_name, std::string& value,
-                             int ws_mode = 0);
+    bool get_named_attribute(int ns_id, const char* local_name, std::string& value, int ws_mode = 0);
     // Value of the attribute of the current xe_start attribute event.
     bool get_attribute_value(std::string& value, int ws_mode = 0);
     bool get_xsi_type(std::string& type) {
         return get_named_attribute(c_enumerated_namespaces::ns_xsi, "type", type, c_get_for_xml::ws_collapse);
     }
-    bool is_xsi_attribute() const {
-        return m_on_attribute && m_attribute.ns_id == c_enumerated_namespaces::ns_xsi;
-    }
+    bool is_xsi_attribute() const { return m_on_attribute && m_attribute.ns_id == c_enumerated_namespaces::ns_xsi; }
     bool is_current_event_tokenisable() const { return m_event == xe_start; }
 
     // Status.
@@ -230,9 +225,9 @@ private:
     int m_markup_line = 0;
     std::size_t m_markup_offset = 0;
     bool m_restored = false;
-    bool m_past_prolog = false;   // a start tag, text or the end was seen
-    bool m_seen_markup = false;   // anything at all was seen
-    bool m_failed = false;        // a syntax error stopped the reader
+    bool m_past_prolog = false;  // a start tag, text or the end was seen
+    bool m_seen_markup = false;  // anything at all was seen
+    bool m_failed = false;       // a syntax error stopped the reader
     bool m_doctype_read = false;
     bool m_in_attributes = false;  // between xe_start of an element and the end of its tag
     bool m_on_attribute = false;   // the current xe_start is an attribute
@@ -261,10 +256,8 @@ struct s_memory_source {
 
 class c_xml_reader_file : private detail::s_file_source, public c_xml_reader {
 public:
-    explicit c_xml_reader_file(const char* path)
-        : detail::s_file_source(path), c_xml_reader(file) {}
-    explicit c_xml_reader_file(const wchar_t* path)
-        : detail::s_file_source(path), c_xml_reader(file) {}
+    explicit c_xml_reader_file(const char* path) : detail::s_file_source(path), c_xml_reader(file) {}
+    explicit c_xml_reader_file(const wchar_t* path) : detail::s_file_source(path), c_xml_reader(file) {}
     explicit c_xml_reader_file(std::FILE* f) : detail::s_file_source(f), c_xml_reader(file) {}
     bool is_open() const { return file.is_open(); }
 };

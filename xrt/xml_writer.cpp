@@ -9,7 +9,8 @@ namespace xrt {
 
 c_xml_writer::c_xml_writer(std::ostream& os) : m_os(os) {
     m_os.imbue(std::locale::classic());
-    m_os << "<?xml version=\"1.0\" encoding=\"UTF-8\"" << "?>" << m_newline;
+    m_os << "<?xml version=\"1.0\" encoding=\"UTF-8\""
+         << "?>" << m_newline;
 }
 
 c_xml_writer::~c_xml_writer() = default;
@@ -18,7 +19,9 @@ exrt_error c_xml_writer::user_handle_error(exrt_error code, const char*, const c
     return user_handle_error(code);
 }
 
-exrt_error c_xml_writer::user_handle_error(exrt_error code) { return code; }
+exrt_error c_xml_writer::user_handle_error(exrt_error code) {
+    return code;
+}
 
 std::string c_xml_writer::get_error_info() const {
     if (m_last_code == e_no_error) return get_error_text(e_no_error);
@@ -77,9 +80,8 @@ void c_xml_writer::write_namespaces() {
 }
 
 void c_xml_writer::write_escaped(const char* text, std::size_t length) {
-    escape_runs(text, length, [this](const char* data, std::size_t size) {
-        m_os.write(data, static_cast<std::streamsize>(size));
-    });
+    escape_runs(text, length,
+                [this](const char* data, std::size_t size) { m_os.write(data, static_cast<std::streamsize>(size)); });
 }
 
 }  // namespace xrt

@@ -23,11 +23,20 @@ void escape_runs(const char* text, std::size_t length, Out&& out) {
         const char* entity;
         std::size_t size;
         switch (*p) {
-            case '"': entity = "&quot;", size = 6; break;
-            case '\'': entity = "&apos;", size = 6; break;
-            case '&': entity = "&amp;", size = 5; break;
-            case '<': entity = "&lt;", size = 4; break;
-            default: continue;
+            case '"':
+                entity = "&quot;", size = 6;
+                break;
+            case '\'':
+                entity = "&apos;", size = 6;
+                break;
+            case '&':
+                entity = "&amp;", size = 5;
+                break;
+            case '<':
+                entity = "&lt;", size = 4;
+                break;
+            default:
+                continue;
         }
         if (p != run) out(run, static_cast<std::size_t>(p - run));
         out(entity, size);
@@ -52,8 +61,7 @@ public:
     c_xml_writer(const c_xml_writer&) = delete;
     c_xml_writer& operator=(const c_xml_writer&) = delete;
 
-    virtual exrt_error user_handle_error(exrt_error code, const char* item, const char* file,
-                                         int line);
+    virtual exrt_error user_handle_error(exrt_error code, const char* item, const char* file, int line);
     virtual exrt_error user_handle_error(exrt_error code);
     // "'item'-text of the code", or the text of code 0.
     virtual std::string get_error_info() const;
@@ -73,15 +81,9 @@ public:
     void write_namespaces();
     void set_ns_map(const s_ns_map* map) { m_ns_map = map; }
     void add_default_namespace(const char* uri) { m_default_namespaces.emplace_back("", uri); }
-    void add_namespace(const char* prefix, const char* uri) {
-        m_default_namespaces.emplace_back(prefix, uri);
-    }
-    void add_no_namespace_schema_location(const char* location) {
-        m_schema_locations.emplace_back("", location);
-    }
-    void add_schema_location(const char* ns, const char* location) {
-        m_schema_locations.emplace_back(ns, location);
-    }
+    void add_namespace(const char* prefix, const char* uri) { m_default_namespaces.emplace_back(prefix, uri); }
+    void add_no_namespace_schema_location(const char* location) { m_schema_locations.emplace_back("", location); }
+    void add_schema_location(const char* ns, const char* location) { m_schema_locations.emplace_back(ns, location); }
     void reenable_ns_map_output() { m_ns_map_written = false; }
 
     // Writes text with '"', '\'', '&' and '<' escaped (see escape_runs).

@@ -72,17 +72,24 @@ void c_error::report_error(exrt_error_type, exrt_error, const char*, int, const 
 
 c_error::~c_error() = default;
 
-void c_error::record(exrt_error_type type, exrt_error code, const char* source, int line,
-                     const std::string& message) {
+void c_error::record(exrt_error_type type, exrt_error code, const char* source, int line, const std::string& message) {
     if (m_fatal_count != 0) return;
     m_last_type = type;
     m_last_code = code;
     m_last_line = line;
     switch (type) {
-        case et_fatal: ++m_fatal_count; ++m_error_count; break;
-        case et_error: ++m_error_count; break;
-        case et_warning: ++m_warning_count; break;
-        default: break;
+        case et_fatal:
+            ++m_fatal_count;
+            ++m_error_count;
+            break;
+        case et_error:
+            ++m_error_count;
+            break;
+        case et_warning:
+            ++m_warning_count;
+            break;
+        default:
+            break;
     }
     report_error(type, code, source, line, message.c_str());
 }
@@ -95,7 +102,9 @@ void c_error::clear() {
 }
 
 c_xrt_exception::~c_xrt_exception() = default;
-const char* c_xrt_exception::what() const noexcept { return get_error_text(m_code); }
+const char* c_xrt_exception::what() const noexcept {
+    return get_error_text(m_code);
+}
 c_xrt_exception_with_name::~c_xrt_exception_with_name() = default;
 c_xrt_reader_exception::~c_xrt_reader_exception() = default;
 

@@ -72,13 +72,11 @@ public:
     c_error() = default;
     c_error(const c_error&) = default;
     c_error& operator=(const c_error&) = default;
-    virtual void report_error(exrt_error_type type, exrt_error code, const char* source, int line,
-                              const char* message);
+    virtual void report_error(exrt_error_type type, exrt_error code, const char* source, int line, const char* message);
     virtual ~c_error();
 
     // Records an error unless a fatal one is already recorded, then calls report_error.
-    void record(exrt_error_type type, exrt_error code, const char* source, int line,
-                const std::string& message);
+    void record(exrt_error_type type, exrt_error code, const char* source, int line, const std::string& message);
     void clear();
 
     bool is_errored() const { return m_fatal_count != 0 || m_error_count != 0; }
@@ -112,8 +110,7 @@ private:
 
 class c_xrt_exception_with_name : public c_xrt_exception {
 public:
-    c_xrt_exception_with_name(exrt_error code, const char* item_name)
-        : c_xrt_exception(code), m_item_name(item_name) {}
+    c_xrt_exception_with_name(exrt_error code, const char* item_name) : c_xrt_exception(code), m_item_name(item_name) {}
     ~c_xrt_exception_with_name() override;
     const char* get_item_name() const { return m_item_name; }
 

@@ -7,22 +7,22 @@
 namespace xrt {
 
 const unsigned char g_char_class[256] = {
-     16, 120, 120, 120, 120, 120, 120, 120, 120, 113,   1, 113, 113,   1, 120, 120,  // 00
+    16,  120, 120, 120, 120, 120, 120, 120, 120, 113, 1,   113, 113, 1,   120, 120,  // 00
     120, 120, 120, 120, 120, 120, 120, 120, 120, 120, 120, 120, 120, 120, 120, 120,  // 10
-    113, 120,  88, 120, 120, 120,  16,  88, 120, 120, 120, 120, 120, 124, 124, 120,  // 20
-    124, 124, 124, 124, 124, 124, 124, 124, 124, 124, 126, 120,  16, 120, 120, 120,  // 30
+    113, 120, 88,  120, 120, 120, 16,  88,  120, 120, 120, 120, 120, 124, 124, 120,  // 20
+    124, 124, 124, 124, 124, 124, 124, 124, 124, 124, 126, 120, 16,  120, 120, 120,  // 30
     120, 126, 126, 126, 126, 126, 126, 126, 126, 126, 126, 126, 126, 126, 126, 126,  // 40
     126, 126, 126, 126, 126, 126, 126, 126, 126, 126, 126, 120, 120, 120, 120, 126,  // 50
     120, 126, 126, 126, 126, 126, 126, 126, 126, 126, 126, 126, 126, 126, 126, 126,  // 60
     126, 126, 126, 126, 126, 126, 126, 126, 126, 126, 126, 120, 120, 120, 120, 120,  // 70
-      6,   6,   6,   6,   6,   6,   6,   6,   6,   6,   6,   6,   6,   6,   6,   6,  // 80
-      6,   6,   6,   6,   6,   6,   6,   6,   6,   6,   6,   6,   6,   6,   6,   6,  // 90
-      6,   6,   6,   6,   6,   6,   6,   6,   6,   6,   6,   6,   6,   6,   6,   6,  // A0
-      6,   6,   6,   6,   6,   6,   6,   6,   6,   6,   6,   6,   6,   6,   6,   6,  // B0
-      6,   6,   6,   6,   6,   6,   6,   6,   6,   6,   6,   6,   6,   6,   6,   6,  // C0
-      6,   6,   6,   6,   6,   6,   6,   6,   6,   6,   6,   6,   6,   6,   6,   6,  // D0
-      6,   6,   6,   6,   6,   6,   6,   6,   6,   6,   6,   6,   6,   6,   6,   6,  // E0
-      6,   6,   6,   6,   6,   6,   6,   6,   6,   6,   6,   6,   6,   6,   6,   6,  // F0
+    6,   6,   6,   6,   6,   6,   6,   6,   6,   6,   6,   6,   6,   6,   6,   6,    // 80
+    6,   6,   6,   6,   6,   6,   6,   6,   6,   6,   6,   6,   6,   6,   6,   6,    // 90
+    6,   6,   6,   6,   6,   6,   6,   6,   6,   6,   6,   6,   6,   6,   6,   6,    // A0
+    6,   6,   6,   6,   6,   6,   6,   6,   6,   6,   6,   6,   6,   6,   6,   6,    // B0
+    6,   6,   6,   6,   6,   6,   6,   6,   6,   6,   6,   6,   6,   6,   6,   6,    // C0
+    6,   6,   6,   6,   6,   6,   6,   6,   6,   6,   6,   6,   6,   6,   6,   6,    // D0
+    6,   6,   6,   6,   6,   6,   6,   6,   6,   6,   6,   6,   6,   6,   6,   6,    // E0
+    6,   6,   6,   6,   6,   6,   6,   6,   6,   6,   6,   6,   6,   6,   6,   6,    // F0
 };
 
 void append_utf8(std::string& out, unsigned long cp) {
@@ -48,8 +48,7 @@ const char* const k_unrecognised = "Unrecognised character encoding";
 
 bool iequals(const char* a, const char* b) {
     for (; *a && *b; ++a, ++b)
-        if (std::toupper(static_cast<unsigned char>(*a)) != std::toupper(static_cast<unsigned char>(*b)))
-            return false;
+        if (std::toupper(static_cast<unsigned char>(*a)) != std::toupper(static_cast<unsigned char>(*b))) return false;
     return *a == *b;
 }
 
@@ -160,19 +159,23 @@ int c_get_as_utf8::detect() {
 int c_get_as_utf8::read_utf8(int lead) {
     int length;
     unsigned long cp;
-    if (lead < 0xC0) length = 1;
-    else if (lead < 0xE0) length = 2, cp = lead & 0x1F;
-    else if (lead < 0xF0) length = 3, cp = lead & 0x0F;
-    else if (lead < 0xF8) length = 4, cp = lead & 0x07;
-    else length = 5;
+    if (lead < 0xC0)
+        length = 1;
+    else if (lead < 0xE0)
+        length = 2, cp = lead & 0x1F;
+    else if (lead < 0xF0)
+        length = 3, cp = lead & 0x0F;
+    else if (lead < 0xF8)
+        length = 4, cp = lead & 0x07;
+    else
+        length = 5;
     if (length == 1 || length > 4) goto bad;
     for (int i = 1; i < length; ++i) {
         int b = next_raw();
         if (b < 0 || (b & 0xC0) != 0x80) goto bad;
         cp = (cp << 6) | (b & 0x3F);
     }
-    if ((length == 2 && cp < 0x80) || (length == 3 && cp < 0x800) || (length == 4 && cp < 0x10000) ||
-        cp > 0x10FFFF)
+    if ((length == 2 && cp < 0x80) || (length == 3 && cp < 0x800) || (length == 4 && cp < 0x10000) || cp > 0x10FFFF)
         goto bad;
     if (cp >= 0xD800 && cp <= 0xDBFF) {
         // A pair of halves, each written as its own three-byte sequence.
@@ -325,8 +328,7 @@ bool c_get_as_utf8::set_encoding(const char* name) {
 
 // ---------------------------------------------------------------- c_get_with_entities
 
-c_get_with_entities::c_get_with_entities(c_read& source, c_error& error)
-    : c_get_as_utf8(source, error) {}
+c_get_with_entities::c_get_with_entities(c_read& source, c_error& error) : c_get_as_utf8(source, error) {}
 
 int c_get_with_entities::get_from_frames() {
     while (!m_frames.empty()) {
@@ -436,8 +438,12 @@ void c_enumerated_namespaces::add(const std::string& uri, int id) {
 
 c_entity_name_reader::~c_entity_name_reader() = default;
 
-int c_entity_name_reader_for_c_get::get() { return m_in.get(); }
-void c_entity_name_reader_for_c_get::unget(int c) { m_in.unget(c); }
+int c_entity_name_reader_for_c_get::get() {
+    return m_in.get();
+}
+void c_entity_name_reader_for_c_get::unget(int c) {
+    m_in.unget(c);
+}
 
 // ---------------------------------------------------------------- c_get_for_xml
 
@@ -736,7 +742,9 @@ bool c_get_for_xml::read_doctype() {
 // ---------------------------------------------------------------- c_dtd_util
 
 namespace {
-bool is_quote(int c) { return c == '"' || c == '\''; }
+bool is_quote(int c) {
+    return c == '"' || c == '\'';
+}
 }  // namespace
 
 // Skips a quoted literal up to its closing quote; the end of input is fatal.

@@ -29,9 +29,15 @@ enum : unsigned char {
     ct_text0 = 64,      // ct_text plus the blanks other than CR and LF
 };
 extern const unsigned char g_char_class[256];
-inline bool is_xml_space(int c) { return c > 0 && c < 256 && (g_char_class[c] & ct_space); }
-inline bool is_name_char(int c) { return c > 0 && c < 256 && (g_char_class[c] & ct_name); }
-inline bool is_name_start(int c) { return c > 0 && c < 256 && (g_char_class[c] & ct_name_start); }
+inline bool is_xml_space(int c) {
+    return c > 0 && c < 256 && (g_char_class[c] & ct_space);
+}
+inline bool is_name_char(int c) {
+    return c > 0 && c < 256 && (g_char_class[c] & ct_name);
+}
+inline bool is_name_start(int c) {
+    return c > 0 && c < 256 && (g_char_class[c] & ct_name_start);
+}
 
 // Appends the UTF-8 form of a code point.
 void append_utf8(std::string& out, unsigned long code_point);
@@ -72,8 +78,15 @@ private:
 
 class c_get_as_utf8 {
 public:
-    enum { bf_unknown = 0, bf_single = 1, bf_utf8 = 2, bf_utf16_be = 3, bf_utf16_le = 4,
-           bf_ucs2_be = 5, bf_ucs2_le = 6 };
+    enum {
+        bf_unknown = 0,
+        bf_single = 1,
+        bf_utf8 = 2,
+        bf_utf16_be = 3,
+        bf_utf16_le = 4,
+        bf_ucs2_be = 5,
+        bf_ucs2_le = 6
+    };
 
     c_get_as_utf8(c_read& source, c_error& error);
     virtual ~c_get_as_utf8();
@@ -96,9 +109,7 @@ public:
 
     int get_line_num() const { return m_line; }
     // Bytes taken from the source so far (before decoding), for tools that point at a place.
-    std::size_t get_raw_offset() const {
-        return m_raw_before + static_cast<std::size_t>(m_cur - m_block);
-    }
+    std::size_t get_raw_offset() const { return m_raw_before + static_cast<std::size_t>(m_cur - m_block); }
     const char* get_source_id() const { return m_source.get_source_id(); }
     c_error& get_error_handler() { return m_error; }
     int get_byte_format() const { return m_format; }
@@ -203,7 +214,7 @@ private:
 class c_enumerated_namespaces {
 public:
     c_enumerated_namespaces();
-    int get_id(const std::string& uri);  // enters an unknown URI
+    int get_id(const std::string& uri);         // enters an unknown URI
     int find_id(const std::string& uri) const;  // 0 if unknown
     void add(const std::string& uri, int id);
 
@@ -233,8 +244,7 @@ class c_get_for_xml;
 
 class c_entity_name_reader_for_c_get : public c_entity_name_reader {
 public:
-    explicit c_entity_name_reader_for_c_get(c_get_for_xml& in)
-        : c_entity_name_reader(false), m_in(in) {}
+    explicit c_entity_name_reader_for_c_get(c_get_for_xml& in) : c_entity_name_reader(false), m_in(in) {}
     int get() override;
     void unget(int c) override;
 
@@ -264,14 +274,12 @@ private:
 
 class c_entity_name_reader_for_attribute_data : public c_entity_name_reader_for_c_str {
 public:
-    explicit c_entity_name_reader_for_attribute_data(const char* value)
-        : c_entity_name_reader_for_c_str(value, true) {}
+    explicit c_entity_name_reader_for_attribute_data(const char* value) : c_entity_name_reader_for_c_str(value, true) {}
 };
 
 class c_entity_name_reader_for_entity : public c_entity_name_reader_for_c_str {
 public:
-    explicit c_entity_name_reader_for_entity(const char* value)
-        : c_entity_name_reader_for_c_str(value, true) {}
+    explicit c_entity_name_reader_for_entity(const char* value) : c_entity_name_reader_for_c_str(value, true) {}
 };
 
 class c_get_for_xml : public c_get_with_entities {

@@ -21,7 +21,9 @@ std::size_t c_read::read_block(const unsigned char*& data) {
 
 c_read_memory::c_read_memory() = default;
 
-c_read_memory::c_read_memory(const char* data, std::size_t size) { set_range(data, size); }
+c_read_memory::c_read_memory(const char* data, std::size_t size) {
+    set_range(data, size);
+}
 
 void c_read_memory::set_range(const char* data, std::size_t size) {
     m_start = reinterpret_cast<const unsigned char*>(data);
@@ -29,9 +31,13 @@ void c_read_memory::set_range(const char* data, std::size_t size) {
     m_end = m_start ? m_start + size : m_start;
 }
 
-int c_read_memory::read() { return m_current < m_end ? *m_current++ : -1; }
+int c_read_memory::read() {
+    return m_current < m_end ? *m_current++ : -1;
+}
 
-void c_read_memory::rewind() { m_current = m_start; }
+void c_read_memory::rewind() {
+    m_current = m_start;
+}
 
 std::size_t c_read_memory::read_block(const unsigned char*& data) {
     data = m_current;

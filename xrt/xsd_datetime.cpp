@@ -17,7 +17,9 @@ constexpr size_t k_max_year_digits = 9;
 // Year that stands in for the missing year of a month-day value.
 constexpr int64_t k_reference_year = 1972;
 
-bool is_digit(char c) { return c >= '0' && c <= '9'; }
+bool is_digit(char c) {
+    return c >= '0' && c <= '9';
+}
 
 // Days since 1970-01-01 of a proleptic Gregorian date (astronomical years).
 int64_t days_from_civil(int64_t y, unsigned m, unsigned d) {
@@ -39,7 +41,9 @@ unsigned days_in_month(int64_t astro_year, unsigned month) {
 }
 
 // The schema has no year 0: year -1 is the year before year 1.
-int64_t astronomical_year(int year) { return year < 0 ? year + 1 : year; }
+int64_t astronomical_year(int year) {
+    return year < 0 ? year + 1 : year;
+}
 
 // Shortest decimal text that reads back as the same float, never with an
 // exponent, as the lexical forms have none.
@@ -107,8 +111,7 @@ bool scan_year(scanner& s, int& year) {
 // hh:mm:ss(.s+)? with 24:00:00 as the only value of hour 24.
 bool scan_time(scanner& s, unsigned& hours, unsigned& mins, float& secs) {
     unsigned whole = 0;
-    if (!s.fixed(2, hours) || !s.take(':') || !s.fixed(2, mins) || !s.take(':') || !s.fixed(2, whole))
-        return false;
+    if (!s.fixed(2, hours) || !s.take(':') || !s.fixed(2, mins) || !s.take(':') || !s.fixed(2, whole)) return false;
     const char* frac = s.p;
     if (s.take('.')) {
         const char* digits = s.p;

@@ -123,18 +123,54 @@ public:
     // 00:00:00, no time zone. Call parse() to see the result.
     explicit c_xsd_temporal_of(const std::string& text) : c_xsd_temporal(Parts) { parse(text); }
 
-    int get_year() const { static_assert(Parts & k_xsd_year, "no year"); return m_year; }
-    void set_year(int v) { static_assert(Parts & k_xsd_year, "no year"); m_year = v; }
-    unsigned get_month() const { static_assert(Parts & k_xsd_month, "no month"); return m_month; }
-    void set_month(unsigned v) { static_assert(Parts & k_xsd_month, "no month"); m_month = v; }
-    unsigned get_day() const { static_assert(Parts & k_xsd_day, "no day"); return m_day; }
-    void set_day(unsigned v) { static_assert(Parts & k_xsd_day, "no day"); m_day = v; }
-    unsigned get_hours() const { static_assert(Parts & k_xsd_time, "no time"); return m_hours; }
-    void set_hours(unsigned v) { static_assert(Parts & k_xsd_time, "no time"); m_hours = v; }
-    unsigned get_mins() const { static_assert(Parts & k_xsd_time, "no time"); return m_mins; }
-    void set_mins(unsigned v) { static_assert(Parts & k_xsd_time, "no time"); m_mins = v; }
-    float get_secs() const { static_assert(Parts & k_xsd_time, "no time"); return m_secs; }
-    void set_secs(float v) { static_assert(Parts & k_xsd_time, "no time"); m_secs = v; }
+    int get_year() const {
+        static_assert(Parts & k_xsd_year, "no year");
+        return m_year;
+    }
+    void set_year(int v) {
+        static_assert(Parts & k_xsd_year, "no year");
+        m_year = v;
+    }
+    unsigned get_month() const {
+        static_assert(Parts & k_xsd_month, "no month");
+        return m_month;
+    }
+    void set_month(unsigned v) {
+        static_assert(Parts & k_xsd_month, "no month");
+        m_month = v;
+    }
+    unsigned get_day() const {
+        static_assert(Parts & k_xsd_day, "no day");
+        return m_day;
+    }
+    void set_day(unsigned v) {
+        static_assert(Parts & k_xsd_day, "no day");
+        m_day = v;
+    }
+    unsigned get_hours() const {
+        static_assert(Parts & k_xsd_time, "no time");
+        return m_hours;
+    }
+    void set_hours(unsigned v) {
+        static_assert(Parts & k_xsd_time, "no time");
+        m_hours = v;
+    }
+    unsigned get_mins() const {
+        static_assert(Parts & k_xsd_time, "no time");
+        return m_mins;
+    }
+    void set_mins(unsigned v) {
+        static_assert(Parts & k_xsd_time, "no time");
+        m_mins = v;
+    }
+    float get_secs() const {
+        static_assert(Parts & k_xsd_time, "no time");
+        return m_secs;
+    }
+    void set_secs(float v) {
+        static_assert(Parts & k_xsd_time, "no time");
+        m_secs = v;
+    }
 
     bool operator==(const c_xsd_temporal_of& o) const { return compare(o) == xsd_equal; }
     bool operator<(const c_xsd_temporal_of& o) const { return compare(o) == xsd_less; }

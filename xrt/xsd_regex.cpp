@@ -41,7 +41,9 @@ c_regex& c_regex::operator=(c_regex&& other) noexcept {
     return *this;
 }
 
-c_regex::~c_regex() { release(); }
+c_regex::~c_regex() {
+    release();
+}
 
 void c_regex::release() {
     if (m_automaton) xmlRegFreeRegexp(static_cast<xmlRegexpPtr>(m_automaton));
@@ -52,8 +54,7 @@ bool c_regex::is_match(const std::string& text) const {
     if (!m_automaton) return true;
     if (text.find('\0') != std::string::npos) return false;
     // 1 is a match, 0 none, a negative value an internal failure.
-    return xmlRegexpExec(static_cast<xmlRegexpPtr>(m_automaton),
-                         reinterpret_cast<const xmlChar*>(text.c_str())) == 1;
+    return xmlRegexpExec(static_cast<xmlRegexpPtr>(m_automaton), reinterpret_cast<const xmlChar*>(text.c_str())) == 1;
 }
 
 }  // namespace xrt

@@ -14,7 +14,9 @@ namespace xrt {
 
 namespace {
 
-bool is_digit(char c) { return c >= '0' && c <= '9'; }
+bool is_digit(char c) {
+    return c >= '0' && c <= '9';
+}
 
 const char* skip_digits(const char* p, const char* end) {
     while (p != end && is_digit(*p)) ++p;
@@ -71,7 +73,9 @@ bool is_boolean_text(const std::string& text) {
     return text == "true" || text == "false" || text == "1" || text == "0";
 }
 
-bool boolean_value(const std::string& text) { return text == "true" || text == "1"; }
+bool boolean_value(const std::string& text) {
+    return text == "true" || text == "1";
+}
 
 bool is_mantissa_text(const char* begin, const char* end) {
     const char* p = skip_digits(begin, end);
@@ -104,8 +108,7 @@ bool is_decimal_text(const std::string& text) {
 
 // ---- Integer bounds -------------------------------------------------------
 
-exrt_error check_integer_text(const std::string& text, const char* min_text,
-                              const char* max_text) {
+exrt_error check_integer_text(const std::string& text, const char* min_text, const char* max_text) {
     if (!is_integer_text(text)) return e_invalid_value_format;
     const magnitude value = read_magnitude(text.data(), text.data() + text.size());
     const magnitude lo = read_magnitude(min_text, min_text + std::strlen(min_text));
@@ -172,10 +175,18 @@ constexpr std::streamsize k_double_precision = 14;
 
 }  // namespace
 
-void write_float(std::ostream& os, float value) { write_real(os, value, k_float_precision); }
-void write_double(std::ostream& os, double value) { write_real(os, value, k_double_precision); }
-std::string float_to_text(float value) { return real_to_text(value, k_float_precision); }
-std::string double_to_text(double value) { return real_to_text(value, k_double_precision); }
+void write_float(std::ostream& os, float value) {
+    write_real(os, value, k_float_precision);
+}
+void write_double(std::ostream& os, double value) {
+    write_real(os, value, k_double_precision);
+}
+std::string float_to_text(float value) {
+    return real_to_text(value, k_float_precision);
+}
+std::string double_to_text(double value) {
+    return real_to_text(value, k_double_precision);
+}
 
 // ---- c_big_int ------------------------------------------------------------
 
@@ -217,7 +228,9 @@ std::string c_decimal::trimmed_fraction() const {
     return last == std::string::npos ? std::string() : m_fraction.substr(0, last + 1);
 }
 
-bool c_decimal::is_zero() const { return m_integer.str() == "0" && trimmed_fraction().empty(); }
+bool c_decimal::is_zero() const {
+    return m_integer.str() == "0" && trimmed_fraction().empty();
+}
 
 int c_decimal::compare(const c_decimal& other) const {
     const bool neg_a = m_negative && !is_zero();
@@ -273,8 +286,7 @@ int hex_value(char c) {
     return -1;
 }
 
-const char k_base64_alphabet[] =
-    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+const char k_base64_alphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 
 int base64_value(char c) {
     const char* hit = c ? std::strchr(k_base64_alphabet, c) : nullptr;

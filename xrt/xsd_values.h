@@ -34,8 +34,7 @@ bool is_decimal_text(const std::string& text);
 // Checks an integer text against inclusive bounds given as decimal texts,
 // without converting it, so a number of any length is judged cleanly.
 // Returns 0, 35 if the text is not an integer, 37 below min, 36 above max.
-exrt_error check_integer_text(const std::string& text, const char* min_text,
-                              const char* max_text);
+exrt_error check_integer_text(const std::string& text, const char* min_text, const char* max_text);
 
 // ---- Float and double -----------------------------------------------------
 

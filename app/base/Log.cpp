@@ -1,8 +1,8 @@
 #include "app/base/Log.h"
 
 #include <chrono>
-#include <ctime>
 #include <cstdio>
+#include <ctime>
 #include <iostream>
 #include <ostream>
 
@@ -14,8 +14,7 @@ namespace {
 
 long tickMs() {
     using namespace std::chrono;
-    return static_cast<long>(
-        duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count());
+    return static_cast<long>(duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count());
 }
 
 }  // namespace
@@ -53,8 +52,7 @@ void Log::write(std::string text, int lvl) {
     } else {
         timeText = "Error in NowTime()";
     }
-    *stream << "- " << timeText << " [" << name << "]" << ' ' << levelName(lvl) << ": " << text
-            << std::endl;
+    *stream << "- " << timeText << " [" << name << "]" << ' ' << levelName(lvl) << ": " << text << std::endl;
 }
 
 }  // namespace quorl

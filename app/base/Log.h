@@ -32,11 +32,11 @@ private:
 };
 
 // Writes an ostringstream-built text on a channel: RQ7_LOG(log, LOG_ERROR, "x " << y).
-#define RQ7_LOG(channel, lvl, expr)                 \
-    do {                                            \
-        std::ostringstream rq7_log_os_;             \
-        rq7_log_os_ << expr;                        \
-        (channel).write(rq7_log_os_.str(), (lvl));  \
+#define RQ7_LOG(channel, lvl, expr)                \
+    do {                                           \
+        std::ostringstream rq7_log_os_;            \
+        rq7_log_os_ << expr;                       \
+        (channel).write(rq7_log_os_.str(), (lvl)); \
     } while (0)
 
 // Channel declared beside Exception; nothing writes on it.

@@ -27,9 +27,9 @@ std::string textOf(const typename AttributeKindTraits<K>::value_type& value) {
 
 }  // namespace
 
-#define RQ7_DEFINE_TO_TEXT(Kind, ...)                                                                 \
-    std::string AttributeKindTraits<AttributeKind::Kind>::toText(const value_type& value) {           \
-        return textOf<AttributeKind::Kind>(value);                                                    \
+#define RQ7_DEFINE_TO_TEXT(Kind, ...)                                                       \
+    std::string AttributeKindTraits<AttributeKind::Kind>::toText(const value_type& value) { \
+        return textOf<AttributeKind::Kind>(value);                                          \
     }
 RQ7_ATTRIBUTE_KINDS(RQ7_DEFINE_TO_TEXT)
 #undef RQ7_DEFINE_TO_TEXT
@@ -46,8 +46,10 @@ namespace {
 // Records which of the thirteen interfaces an attribute presents.
 class KindProbe : public ConstConfigAttributeVisitor {
 public:
-#define RQ7_PROBE_VISIT(Kind, ...) \
-    void visit(const Kind##Attribute&) override { kind = AttributeKind::Kind; }
+#define RQ7_PROBE_VISIT(Kind, ...)                \
+    void visit(const Kind##Attribute&) override { \
+        kind = AttributeKind::Kind;               \
+    }
     RQ7_ATTRIBUTE_KINDS(RQ7_PROBE_VISIT)
 #undef RQ7_PROBE_VISIT
     AttributeKind kind = AttributeKind::String;

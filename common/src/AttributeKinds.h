@@ -48,11 +48,11 @@ enum class TextForm {
 };
 
 constexpr AttributeShape shapeOf(TextForm form) {
-    return form == TextForm::Verbatim ? AttributeShape::Text
+    return form == TextForm::Verbatim                           ? AttributeShape::Text
            : form == TextForm::Decimal || form == TextForm::Hex ? AttributeShape::Integer
-           : form == TextForm::Real ? AttributeShape::Real
-           : form == TextForm::Flag ? AttributeShape::Flag
-                                    : AttributeShape::Enum;
+           : form == TextForm::Real                             ? AttributeShape::Real
+           : form == TextForm::Flag                             ? AttributeShape::Flag
+                                                                : AttributeShape::Enum;
 }
 
 // The file binding's classes, defined with the binding (ka.common.xml.h).
@@ -116,27 +116,26 @@ struct AttributeKindTraits;
 // ---- The traits, one per row of the table -------------------------------------
 
 // rangeElementName and the bound names mean something for ranged kinds only.
-#define RQ7_KIND_TRAITS(Kind, Index, Value, CodecT, RangeT, Form)                                          \
-    template <>                                                                                           \
-    struct AttributeKindTraits<AttributeKind::Kind>                                                       \
-        : kinds_detail::ShapeRow<shapeOf(TextForm::Form), Value> {                                        \
-        static constexpr AttributeKind kind = AttributeKind::Kind;                                        \
-        static constexpr int index = Index;                                                               \
-        static constexpr TextForm textForm = TextForm::Form;                                              \
-        static constexpr const char* elementName = #Kind "Attribute";                                     \
-        static constexpr const char* rangeElementName = #Kind "Range";                                    \
-        static constexpr const char* minBoundName = "Min" #Kind "Value";                                  \
-        static constexpr const char* maxBoundName = "Max" #Kind "Value";                                  \
-        typedef Kind##Attribute Interface;                                                                \
-        typedef CodecT Codec;                                                                             \
-        typedef RangeT<AttributeKind::Kind> Range;                                                        \
-        typedef c_Attribute<AttributeKind::Kind> Binding;                                                 \
-        /* As the file holds it, before escaping. */                                                      \
-        static std::string toText(const value_type& value);                                               \
-    };                                                                                                    \
-    static_assert(static_cast<int>(AttributeKind::Kind) == Index,                                         \
-                  #Kind ": the choice index must equal the row's position in the table");                \
-    static_assert(std::is_same<Kind##Attribute::value_type, Value>::value,                                \
+#define RQ7_KIND_TRAITS(Kind, Index, Value, CodecT, RangeT, Form)                                              \
+    template <>                                                                                                \
+    struct AttributeKindTraits<AttributeKind::Kind> : kinds_detail::ShapeRow<shapeOf(TextForm::Form), Value> { \
+        static constexpr AttributeKind kind = AttributeKind::Kind;                                             \
+        static constexpr int index = Index;                                                                    \
+        static constexpr TextForm textForm = TextForm::Form;                                                   \
+        static constexpr const char* elementName = #Kind "Attribute";                                          \
+        static constexpr const char* rangeElementName = #Kind "Range";                                         \
+        static constexpr const char* minBoundName = "Min" #Kind "Value";                                       \
+        static constexpr const char* maxBoundName = "Max" #Kind "Value";                                       \
+        typedef Kind##Attribute Interface;                                                                     \
+        typedef CodecT Codec;                                                                                  \
+        typedef RangeT<AttributeKind::Kind> Range;                                                             \
+        typedef c_Attribute<AttributeKind::Kind> Binding;                                                      \
+        /* As the file holds it, before escaping. */                                                           \
+        static std::string toText(const value_type& value);                                                    \
+    };                                                                                                         \
+    static_assert(static_cast<int>(AttributeKind::Kind) == Index,                                              \
+                  #Kind ": the choice index must equal the row's position in the table");                      \
+    static_assert(std::is_same<Kind##Attribute::value_type, Value>::value,                                     \
                   #Kind ": the row's value type must be the interface's");
 RQ7_ATTRIBUTE_KINDS(RQ7_KIND_TRAITS)
 #undef RQ7_KIND_TRAITS

@@ -444,9 +444,7 @@ public:
     // with the binding, explicitly instantiated there for every kind.
     AttributeXml(const Binding& element, const std::string& ownerQualifiedName);
 
-    boost::shared_ptr<ConfigAttribute> clone() const override {
-        return boost::make_shared<AttributeXml>(*this);
-    }
+    boost::shared_ptr<ConfigAttribute> clone() const override { return boost::make_shared<AttributeXml>(*this); }
     void accept(ConstConfigAttributeVisitor& visitor) const override {
         attribute_detail::Guard g(this->lock);
         visitor.visit(static_cast<const Interface&>(*this));
@@ -479,11 +477,11 @@ boost::shared_ptr<AttributeXml<K>> makeAttribute(const std::string& name,
 // makeUInt32Attribute(name, value, readOnly) and the like for every kind but
 // Bool and Enum, whose builders below take their extra texts.
 #define RQ7_DEFINE_MAKE_ATTRIBUTE(Kind, Index, Value, Codec, Range, Form) RQ7_MAKE_ATTRIBUTE_##Form(Kind)
-#define RQ7_MAKE_ATTRIBUTE_OF(Kind)                                                                        \
-    inline boost::shared_ptr<Kind##AttributeXml> make##Kind##Attribute(                                   \
-        const std::string& name, const AttributeKindTraits<AttributeKind::Kind>::value_type& value,       \
-        bool readOnly = false) {                                                                           \
-        return makeAttribute<AttributeKind::Kind>(name, value, readOnly);                                  \
+#define RQ7_MAKE_ATTRIBUTE_OF(Kind)                                                                 \
+    inline boost::shared_ptr<Kind##AttributeXml> make##Kind##Attribute(                             \
+        const std::string& name, const AttributeKindTraits<AttributeKind::Kind>::value_type& value, \
+        bool readOnly = false) {                                                                    \
+        return makeAttribute<AttributeKind::Kind>(name, value, readOnly);                           \
     }
 #define RQ7_MAKE_ATTRIBUTE_Verbatim RQ7_MAKE_ATTRIBUTE_OF
 #define RQ7_MAKE_ATTRIBUTE_Decimal RQ7_MAKE_ATTRIBUTE_OF

@@ -18,7 +18,9 @@ ConfigBlockXml::ConfigBlockXml(const std::string& n) : ConfigBlockXmlBase<Config
 ConfigBlockXml::ConfigBlockXml(const std::string& n, const std::string& parentQualifiedName)
     : ConfigBlockXmlBase<ConfigBlock>(n, joinQualifiedName(parentQualifiedName, n)) {}
 
-ConfigBlockXml::ConfigBlockXml(const ConfigBlock& source) { copyFrom(source, nullptr); }
+ConfigBlockXml::ConfigBlockXml(const ConfigBlock& source) {
+    copyFrom(source, nullptr);
+}
 
 ConfigBlockXml::ConfigBlockXml(const ConfigBlockXml& source) : ConfigBlockXmlBase<ConfigBlock>() {
     copyFrom(source, nullptr);
@@ -34,7 +36,9 @@ bool ConfigBlockXml::addAttribute(const ConfigAttributePtr& attribute) {
     return adoptAttribute(attribute, logConfigBlockXml);
 }
 
-bool ConfigBlockXml::addBlock(const ConfigBlockPtr& block) { return adoptBlock(block, logConfigBlockXml); }
+bool ConfigBlockXml::addBlock(const ConfigBlockPtr& block) {
+    return adoptBlock(block, logConfigBlockXml);
+}
 
 boost::shared_ptr<ConfigBlockXml> ConfigBlockXml::ensureBlock(const std::string& childName) {
     Guard g(lock);
@@ -49,6 +53,8 @@ bool ConfigBlockXml::removeAttribute(const std::string& attributeName) {
     return detachAttribute(attributeName) != nullptr;
 }
 
-bool ConfigBlockXml::removeBlock(const std::string& blockName) { return detachBlock(blockName) != nullptr; }
+bool ConfigBlockXml::removeBlock(const std::string& blockName) {
+    return detachBlock(blockName) != nullptr;
+}
 
 }  // namespace quorl

@@ -64,14 +64,11 @@ public:
     }
     ConfigBlockVectorPtr getConfigBlocks() const override { return blocks.copy(); }
     ConfigAttributePtr getConfigAttribute(const std::string& attributeName) const override {
-        return attributes.findFirst(
-            [&](const ConfigAttributePtr& a) { return a && a->getName() == attributeName; });
+        return attributes.findFirst([&](const ConfigAttributePtr& a) { return a && a->getName() == attributeName; });
     }
     ConfigAttributeVectorPtr getConfigAttributes() const override { return attributes.copy(); }
     void accept(ConfigBlockVisitor& visitor) override { visitor.visit(*this); }
-    void accept(ConfigBlockVisitor& visitor) const override {
-        visitor.visit(const_cast<ConfigBlockXmlBase&>(*this));
-    }
+    void accept(ConfigBlockVisitor& visitor) const override { visitor.visit(const_cast<ConfigBlockXmlBase&>(*this)); }
 
     // Renames this block and, below it, every attribute and block.
     void setQualifiedName(const std::string& q) override {

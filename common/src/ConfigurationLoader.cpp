@@ -36,8 +36,12 @@ void buildChildren(const c_ConfigBlock& element, const std::string& qualifiedNam
     }
 }
 
-std::string duplicateAttribute() { return "duplicate attribute was found"; }
-std::string duplicateBlock(const ConfigBlock& b) { return "duplicate config block was found" + b.getName(); }
+std::string duplicateAttribute() {
+    return "duplicate attribute was found";
+}
+std::string duplicateBlock(const ConfigBlock& b) {
+    return "duplicate config block was found" + b.getName();
+}
 
 }  // namespace
 
@@ -117,7 +121,8 @@ ConfigurationPtr loadConfiguration(const std::string& path) {
     std::unique_ptr<c_QUORL> document(new c_QUORL(path.c_str(), &code));
     if (code != XB_OK) {
         RQ7_LOG(logQorKaCommon, LOG_ERROR,
-                "An error occurred while reading XML (" << path << ")" << " XML Error Code: " << static_cast<int>(code));
+                "An error occurred while reading XML (" << path << ")"
+                                                        << " XML Error Code: " << static_cast<int>(code));
         return ConfigurationPtr();
     }
     return adopt(*document);

@@ -59,7 +59,9 @@ void populateBlock(const Block& block, c_ConfigBlock& element) {
 
 }  // namespace
 
-void ConfigBlockXml::populate(c_ConfigBlock& element) const { populateBlock(*this, element); }
+void ConfigBlockXml::populate(c_ConfigBlock& element) const {
+    populateBlock(*this, element);
+}
 
 void MutableConfigBlockXml::populate(c_ConfigBlock& element) const {
     populateBlock(*this, element);
@@ -223,12 +225,13 @@ int writeInPlace(const std::string& target, const std::string& text) {
     return error;
 }
 
-bool folderRefusesNewFiles(int error) { return error == EACCES || error == EPERM; }
+bool folderRefusesNewFiles(int error) {
+    return error == EACCES || error == EPERM;
+}
 
 }  // namespace
 
-int replaceFile(const std::string& path, const std::function<bool(std::ostream&)>& write,
-                SaveMethod method) {
+int replaceFile(const std::string& path, const std::function<bool(std::ostream&)>& write, SaveMethod method) {
     std::string text;
     {
         std::ostringstream os;

@@ -20,13 +20,27 @@ ConfigurationXml::ConfigurationXml(const std::string& n, const std::string& v, c
 
 ConfigurationXml::~ConfigurationXml() {}
 
-std::string ConfigurationXml::getId() const { return id; }
-std::string ConfigurationXml::getVersion() const { return version; }
-std::string ConfigurationXml::getName() const { return name; }
-void ConfigurationXml::setName(const std::string& n) { name = n; }
-std::string ConfigurationXml::getComments() const { return comments; }
-void ConfigurationXml::setComments(const std::string& c) { comments = c; }
-void ConfigurationXml::setVersion(const std::string& v) { version = v; }
+std::string ConfigurationXml::getId() const {
+    return id;
+}
+std::string ConfigurationXml::getVersion() const {
+    return version;
+}
+std::string ConfigurationXml::getName() const {
+    return name;
+}
+void ConfigurationXml::setName(const std::string& n) {
+    name = n;
+}
+std::string ConfigurationXml::getComments() const {
+    return comments;
+}
+void ConfigurationXml::setComments(const std::string& c) {
+    comments = c;
+}
+void ConfigurationXml::setVersion(const std::string& v) {
+    version = v;
+}
 
 ConfigBlockPtr ConfigurationXml::getConfigBlock(const std::string& qualifiedName) const {
     const std::vector<std::string> tokens = splitQualifiedName(qualifiedName);
@@ -77,7 +91,9 @@ void ConfigurationXml::addConfigBlock(const ConfigBlock& block) {
     blockMap.insert(blockName, copy);
 }
 
-bool ConfigurationXml::removeConfigBlock(const std::string& blockName) { return blockMap.erase(blockName); }
+bool ConfigurationXml::removeConfigBlock(const std::string& blockName) {
+    return blockMap.erase(blockName);
+}
 
 ConfigBlockVectorPtr ConfigurationXml::cloneConfigBlocks(const ConfigBlockMap& map) const {
     auto clones = boost::make_shared<ConfigBlockVector>();
@@ -114,6 +130,8 @@ boost::shared_ptr<ConfigBlockXml> ConfigurationXml::ensureBlock(const std::strin
     return block;
 }
 
-ConfigBlockVectorPtr ConfigurationXml::getConfigBlockList() const { return blockList->copy(); }
+ConfigBlockVectorPtr ConfigurationXml::getConfigBlockList() const {
+    return blockList->copy();
+}
 
 }  // namespace quorl

@@ -31,8 +31,7 @@ public:
     };
 
     // An empty document with a new id.
-    ConfigurationXml(const std::string& name, const std::string& version,
-                     const std::string& comments = std::string());
+    ConfigurationXml(const std::string& name, const std::string& version, const std::string& comments = std::string());
     // From the file binding. Defined with the loader.
     explicit ConfigurationXml(const c_Configuration& element);
     ConfigurationXml(const ConfigurationXml&) = delete;

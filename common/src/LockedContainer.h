@@ -22,12 +22,24 @@ public:
     typedef typename container_type::iterator iterator;
     typedef typename container_type::const_iterator const_iterator;
 
-    size_type size() const { Guard g(mutex_); return items_.size(); }
-    bool empty() const { Guard g(mutex_); return items_.empty(); }
-    void clear() { Guard g(mutex_); items_.clear(); }
+    size_type size() const {
+        Guard g(mutex_);
+        return items_.size();
+    }
+    bool empty() const {
+        Guard g(mutex_);
+        return items_.empty();
+    }
+    void clear() {
+        Guard g(mutex_);
+        items_.clear();
+    }
 
     // Copy of the contents, made under the lock.
-    container_type snapshot() const { Guard g(mutex_); return items_; }
+    container_type snapshot() const {
+        Guard g(mutex_);
+        return items_;
+    }
     // A new shared container holding a copy of the contents.
     boost::shared_ptr<Derived> copy() const { return boost::make_shared<Derived>(snapshot()); }
 

@@ -27,7 +27,10 @@ public:
     Map() = default;
     explicit Map(container_type items) : Base(std::move(items)) {}
 
-    bool contains(const K& key) const { Guard g(mutex_); return items_.count(key) != 0; }
+    bool contains(const K& key) const {
+        Guard g(mutex_);
+        return items_.count(key) != 0;
+    }
 
     // The value under key, or a value-initialised V (a null pointer for
     // shared pointers) if the key is absent.
@@ -51,9 +54,15 @@ public:
         return items_.emplace(key, value).second;
     }
     // Enters or replaces.
-    void set(const K& key, const V& value) { Guard g(mutex_); items_[key] = value; }
+    void set(const K& key, const V& value) {
+        Guard g(mutex_);
+        items_[key] = value;
+    }
     // Removes key; false if it was not there.
-    bool erase(const K& key) { Guard g(mutex_); return items_.erase(key) != 0; }
+    bool erase(const K& key) {
+        Guard g(mutex_);
+        return items_.erase(key) != 0;
+    }
 
     // Values and keys in ascending key order.
     std::vector<V> values() const {

@@ -46,9 +46,7 @@ public:
         this->readThrough(plain);
     }
 
-    boost::shared_ptr<ConfigAttribute> clone() const override {
-        return boost::make_shared<MutableAttributeXml>(*this);
-    }
+    boost::shared_ptr<ConfigAttribute> clone() const override { return boost::make_shared<MutableAttributeXml>(*this); }
     void accept(ConstConfigAttributeVisitor& visitor) const override {
         attribute_detail::Guard g(this->lock);
         visitor.visit(static_cast<const Interface&>(*this));
@@ -70,7 +68,9 @@ public:
 #define RQ7_CLONE_VISIT(Kind, ...) void visit(const Kind##Attribute& attribute) override;
     RQ7_ATTRIBUTE_KINDS(RQ7_CLONE_VISIT)
 #undef RQ7_CLONE_VISIT
-    boost::shared_ptr<ConfigAttribute> getResult() const { return result; }
+    boost::shared_ptr<ConfigAttribute> getResult() const {
+        return result;
+    }
 
 private:
     boost::shared_ptr<ConfigAttribute> result;

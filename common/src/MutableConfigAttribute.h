@@ -63,12 +63,12 @@ public:
 // from a typed interface to it: MutableInterfaceOf<UInt32Attribute>::type.
 template <class Interface>
 struct MutableInterfaceOf;
-#define RQ7_MUTABLE_INTERFACE(Kind, ...)                                                               \
-    class Mutable##Kind##Attribute                                                                     \
+#define RQ7_MUTABLE_INTERFACE(Kind, ...)                                                                            \
+    class Mutable##Kind##Attribute                                                                                  \
         : public mutable_detail::MutableShape<Kind##Attribute, AttributeKindTraits<AttributeKind::Kind>::shape> {}; \
-    template <>                                                                                        \
-    struct MutableInterfaceOf<Kind##Attribute> {                                                       \
-        typedef Mutable##Kind##Attribute type;                                                         \
+    template <>                                                                                                     \
+    struct MutableInterfaceOf<Kind##Attribute> {                                                                    \
+        typedef Mutable##Kind##Attribute type;                                                                      \
     };
 RQ7_ATTRIBUTE_KINDS(RQ7_MUTABLE_INTERFACE)
 #undef RQ7_MUTABLE_INTERFACE

@@ -23,7 +23,9 @@ MutableConfigBlockXml::MutableConfigBlockXml(const MutableConfigBlockXml& source
 
 MutableConfigBlockXml::~MutableConfigBlockXml() = default;
 
-ConfigBlockPtr MutableConfigBlockXml::clone() const { return boost::make_shared<MutableConfigBlockXml>(*this); }
+ConfigBlockPtr MutableConfigBlockXml::clone() const {
+    return boost::make_shared<MutableConfigBlockXml>(*this);
+}
 
 void MutableConfigBlockXml::appendRenamed(const ConfigBlockPtr& copy) {
     setBlockQualifiedName(*copy, joinQualifiedName(getQualifiedName(), copy->getName()));
@@ -63,7 +65,9 @@ bool MutableConfigBlockXml::removeConfigBlock(const std::string& childName) {
     return static_cast<bool>(detachBlock(childName));
 }
 
-void MutableConfigBlockXml::removeConfigBlocks() { detachAllBlocks(); }
+void MutableConfigBlockXml::removeConfigBlocks() {
+    detachAllBlocks();
+}
 
 void MutableConfigBlockXml::addConfigAttribute(const ConfigAttribute& attribute) {
     if (hasAttributeNamed(attribute.getName())) {
@@ -93,7 +97,9 @@ bool MutableConfigBlockXml::removeConfigAttribute(const std::string& attributeNa
     return static_cast<bool>(detachAttribute(attributeName));
 }
 
-void MutableConfigBlockXml::removeConfigAttributes() { detachAllAttributes(); }
+void MutableConfigBlockXml::removeConfigAttributes() {
+    detachAllAttributes();
+}
 
 void MutableConfigBlockXml::checkAdditional(const ConfigBlock& block) {
     for (const ConfigBlockPtr& child : getConfigBlocks()->snapshot()) {

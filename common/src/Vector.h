@@ -34,7 +34,10 @@ public:
     Vector(std::initializer_list<T> items) : Base(container_type(items)) {}
 
     // Bounds-checked copy of one element; throws std::out_of_range.
-    T at(size_type index) const { Guard g(mutex_); return items_.at(index); }
+    T at(size_type index) const {
+        Guard g(mutex_);
+        return items_.at(index);
+    }
     T operator[](size_type index) const { return at(index); }
     T front() const { return at(0); }
     T back() const {
@@ -43,11 +46,26 @@ public:
         return items_.back();
     }
 
-    void reserve(size_t n) { Guard g(mutex_); items_.reserve(n); }
-    void push_back(const T& item) { Guard g(mutex_); items_.push_back(item); }
-    void push_back(T&& item) { Guard g(mutex_); items_.push_back(std::move(item)); }
-    void assign(container_type items) { Guard g(mutex_); items_.swap(items); }
-    void set(size_type index, const T& item) { Guard g(mutex_); items_.at(index) = item; }
+    void reserve(size_t n) {
+        Guard g(mutex_);
+        items_.reserve(n);
+    }
+    void push_back(const T& item) {
+        Guard g(mutex_);
+        items_.push_back(item);
+    }
+    void push_back(T&& item) {
+        Guard g(mutex_);
+        items_.push_back(std::move(item));
+    }
+    void assign(container_type items) {
+        Guard g(mutex_);
+        items_.swap(items);
+    }
+    void set(size_type index, const T& item) {
+        Guard g(mutex_);
+        items_.at(index) = item;
+    }
     // Inserts before index (index == size() appends).
     void insert(size_type index, const T& item) {
         Guard g(mutex_);

@@ -22,8 +22,8 @@ exrt_error openComplex(BindReader& r, const char* element) {
 
 // Reads an optional leaf of a sequence if it comes next.
 template <class Codec>
-exrt_error readOptional(BindReader& r, const char* context, const char* element,
-                        typename Codec::type& out, bool& present) {
+exrt_error readOptional(BindReader& r, const char* context, const char* element, typename Codec::type& out,
+                        bool& present) {
     BindReader::Kind k;
     if (exrt_error e = r.peekTag(context, k)) return e;
     if (!r.startsChild(k, element)) return XB_OK;
@@ -36,8 +36,8 @@ exrt_error readOptional(BindReader& r, const char* context, const char* element,
 // `rows` names the children; `readChild(id)` reads one whose start tag is
 // current.
 template <class ReadChild>
-exrt_error unmarshalAllGroup(BindReader& r, const char* element, const ChildRow* rows, int rowCount,
-                             OrderList& order, ReadChild readChild) {
+exrt_error unmarshalAllGroup(BindReader& r, const char* element, const ChildRow* rows, int rowCount, OrderList& order,
+                             ReadChild readChild) {
     for (;;) {
         BindReader::Kind k;
         if (exrt_error e = r.peekTag(element, k)) return e;
@@ -152,8 +152,7 @@ void BoolExtra::write(int, xrt::c_xml_writer& w) const {
     writeLeaf<TextCodec>(w, "ValueDescription", valueDescription);
 }
 
-const ChildRow EnumExtra::rows[] = {{AC_EnumValues, "EnumValues", true},
-                                    {AC_AllowMultiple, "AllowMultiple", false}};
+const ChildRow EnumExtra::rows[] = {{AC_EnumValues, "EnumValues", true}, {AC_AllowMultiple, "AllowMultiple", false}};
 
 exrt_error EnumExtra::read(int id, BindReader& r) {
     if (id == AC_EnumValues) return readLeaf<TextCodec>(r, "EnumValues", enumValues);
@@ -192,22 +191,37 @@ struct KindRows {
 template <AttributeKind K>
 exrt_error c_Attribute<K>::readChild(int id, BindReader& r) {
     switch (id) {
-        case AC_Name: return readLeaf<TextCodec>(r, "Name", fileName);
-        case AC_DefaultValue: return readLeaf<Codec>(r, "DefaultValue", value);
-        case AC_Mutable: return readLeaf<FlagCodec>(r, "Mutable", mutableFlag);
-        case AC_ReadOnly: return readLeaf<FlagCodec>(r, "ReadOnly", readOnly);
-        default: return ext.read(id, r);
+        case AC_Name:
+            return readLeaf<TextCodec>(r, "Name", fileName);
+        case AC_DefaultValue:
+            return readLeaf<Codec>(r, "DefaultValue", value);
+        case AC_Mutable:
+            return readLeaf<FlagCodec>(r, "Mutable", mutableFlag);
+        case AC_ReadOnly:
+            return readLeaf<FlagCodec>(r, "ReadOnly", readOnly);
+        default:
+            return ext.read(id, r);
     }
 }
 
 template <AttributeKind K>
 void c_Attribute<K>::writeChild(int id, xrt::c_xml_writer& w) const {
     switch (id) {
-        case AC_Name: writeLeaf<TextCodec>(w, "Name", fileName); break;
-        case AC_DefaultValue: writeLeaf<Codec>(w, "DefaultValue", value); break;
-        case AC_Mutable: writeLeaf<FlagCodec>(w, "Mutable", mutableFlag); break;
-        case AC_ReadOnly: writeLeaf<FlagCodec>(w, "ReadOnly", readOnly); break;
-        default: ext.write(id, w); break;
+        case AC_Name:
+            writeLeaf<TextCodec>(w, "Name", fileName);
+            break;
+        case AC_DefaultValue:
+            writeLeaf<Codec>(w, "DefaultValue", value);
+            break;
+        case AC_Mutable:
+            writeLeaf<FlagCodec>(w, "Mutable", mutableFlag);
+            break;
+        case AC_ReadOnly:
+            writeLeaf<FlagCodec>(w, "ReadOnly", readOnly);
+            break;
+        default:
+            ext.write(id, w);
+            break;
     }
 }
 
@@ -216,8 +230,7 @@ exrt_error c_Attribute<K>::unmarshal(BindReader& r) {
     if (exrt_error e = openComplex(r, name)) return e;
     static const KindRows<Extra> table;
     if (!sequence)
-        return unmarshalAllGroup(r, name, table.rows, table.count, order,
-                                 [&](int id) { return readChild(id, r); });
+        return unmarshalAllGroup(r, name, table.rows, table.count, order, [&](int id) { return readChild(id, r); });
     for (int i = 0; i < table.count; ++i) {
         const ChildRow& row = table.rows[i];
         BindReader::Kind k;
@@ -274,13 +287,14 @@ constexpr bool sameText(const char* a, const char* b) {
 constexpr ChoiceRow choiceRows[] = {RQ7_ATTRIBUTE_KINDS(RQ7_CHOICE_ROW){"ConfigBlock", &makeElement<c_ConfigBlock>}};
 #undef RQ7_CHOICE_ROW
 constexpr int choiceCount = sizeof(choiceRows) / sizeof(choiceRows[0]);
-static_assert(choiceCount == kAttributeKindCount + 1 && kAttributeKindCount == c_anon_StringAttribute::kind_ConfigBlock &&
+static_assert(choiceCount == kAttributeKindCount + 1 &&
+                  kAttributeKindCount == c_anon_StringAttribute::kind_ConfigBlock &&
                   choiceCount == c_anon_StringAttribute::kind_not_set,
               "choice table out of step");
 // The binding's choice number of each kind selects that kind's element, so
 // an attribute never comes back from the file as another kind or none.
-#define RQ7_CHECK_CHOICE(Kind, Index, ...)                                                       \
-    static_assert(c_##Kind##Attribute::index == Index &&                                         \
+#define RQ7_CHECK_CHOICE(Kind, Index, ...)                                                                     \
+    static_assert(c_##Kind##Attribute::index == Index &&                                                       \
                       sameText(choiceRows[Index].name, AttributeKindTraits<AttributeKind::Kind>::elementName), \
                   #Kind ": choice row out of step with the kind");
 RQ7_ATTRIBUTE_KINDS(RQ7_CHECK_CHOICE)

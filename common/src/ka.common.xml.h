@@ -61,8 +61,16 @@ public:
     bool has_MaxValue() const { return order.has(MaxValue); }
     const value_type& get_MinValue() const { return minValue; }
     const value_type& get_MaxValue() const { return maxValue; }
-    exrt_error set_MinValue(const value_type& v) { minValue = v; order.add(MinValue); return XB_OK; }
-    exrt_error set_MaxValue(const value_type& v) { maxValue = v; order.add(MaxValue); return XB_OK; }
+    exrt_error set_MinValue(const value_type& v) {
+        minValue = v;
+        order.add(MinValue);
+        return XB_OK;
+    }
+    exrt_error set_MaxValue(const value_type& v) {
+        maxValue = v;
+        order.add(MaxValue);
+        return XB_OK;
+    }
 
     c_Element* clone_element() const override { return new c_IntRange(*this); }
     const char* element_name() const override { return name; }
@@ -89,10 +97,18 @@ public:
     enum { Value, Inclusive };
 
     const value_type& get_Value() const { return value; }
-    exrt_error set_Value(value_type v) { value = v; order.add(Value); return XB_OK; }
+    exrt_error set_Value(value_type v) {
+        value = v;
+        order.add(Value);
+        return XB_OK;
+    }
     bool has_Inclusive() const { return order.has(Inclusive); }
     bool get_Inclusive() const { return inclusive; }
-    exrt_error set_Inclusive(bool v) { inclusive = v; order.add(Inclusive); return XB_OK; }
+    exrt_error set_Inclusive(bool v) {
+        inclusive = v;
+        order.add(Inclusive);
+        return XB_OK;
+    }
 
     c_Element* clone_element() const override { return new c_RealBound(*this); }
     const char* element_name() const override { return name; }
@@ -117,8 +133,14 @@ public:
     bool has_Max() const { return hasMax; }
     const Min& get_Min() const { return minBound; }
     const Max& get_Max() const { return maxBound; }
-    void assign_Min(const Min& v) { minBound = v; hasMin = true; }
-    void assign_Max(const Max& v) { maxBound = v; hasMax = true; }
+    void assign_Min(const Min& v) {
+        minBound = v;
+        hasMin = true;
+    }
+    void assign_Max(const Max& v) {
+        maxBound = v;
+        hasMax = true;
+    }
 
     c_Element* clone_element() const override { return new c_RealRange(*this); }
     const char* element_name() const override { return name; }
@@ -206,20 +228,39 @@ public:
     static constexpr bool sequence = Traits::shape == AttributeShape::Real;
 
     const std::string& get_Name() const { return fileName; }
-    exrt_error set_Name(const std::string& v) { fileName = v; order.add(AC_Name); return XB_OK; }
+    exrt_error set_Name(const std::string& v) {
+        fileName = v;
+        order.add(AC_Name);
+        return XB_OK;
+    }
     const value_type& get_DefaultValue() const { return value; }
-    exrt_error set_DefaultValue(const value_type& v) { value = v; order.add(AC_DefaultValue); return XB_OK; }
+    exrt_error set_DefaultValue(const value_type& v) {
+        value = v;
+        order.add(AC_DefaultValue);
+        return XB_OK;
+    }
     bool has_Mutable() const { return order.has(AC_Mutable); }
     bool get_Mutable() const { return mutableFlag; }
-    exrt_error set_Mutable(bool v) { mutableFlag = v; order.add(AC_Mutable); return XB_OK; }
+    exrt_error set_Mutable(bool v) {
+        mutableFlag = v;
+        order.add(AC_Mutable);
+        return XB_OK;
+    }
     bool has_ReadOnly() const { return order.has(AC_ReadOnly); }
     bool get_ReadOnly() const { return readOnly; }
-    exrt_error set_ReadOnly(bool v) { readOnly = v; order.add(AC_ReadOnly); return XB_OK; }
+    exrt_error set_ReadOnly(bool v) {
+        readOnly = v;
+        order.add(AC_ReadOnly);
+        return XB_OK;
+    }
     // Presence of an extra child (range, description, enum values, multiple).
     bool has(AttrChild child) const { return order.has(child); }
     const Extra& extra() const { return ext; }
     // Editing an extra marks it present.
-    Extra& extra(AttrChild child) { order.add(child); return ext; }
+    Extra& extra(AttrChild child) {
+        order.add(child);
+        return ext;
+    }
     const OrderList& order_list() const { return order; }
 
     c_Element* clone_element() const override { return new c_Attribute(*this); }
@@ -268,7 +309,9 @@ public:
 
     // Typed access; null if the choice holds another kind.
     template <class C>
-    C* as() const { return dynamic_cast<C*>(object.get()); }
+    C* as() const {
+        return dynamic_cast<C*>(object.get());
+    }
 
     // Kind of an element name, or kind_not_set.
     static int kindOf(const std::string& element);
@@ -286,15 +329,25 @@ private:
 class c_ConfigBlock : public c_Element {
 public:
     const std::string& get_Name() const { return name; }
-    exrt_error set_Name(const std::string& v) { name = v; return XB_OK; }
+    exrt_error set_Name(const std::string& v) {
+        name = v;
+        return XB_OK;
+    }
     bool has_Mutable() const { return hasMutable; }
     bool get_Mutable() const { return mutableFlag; }
-    exrt_error set_Mutable(bool v) { mutableFlag = v; hasMutable = true; return XB_OK; }
+    exrt_error set_Mutable(bool v) {
+        mutableFlag = v;
+        hasMutable = true;
+        return XB_OK;
+    }
 
     size_t size_StringAttribute() const { return children.size(); }
     const c_anon_StringAttribute& get_StringAttribute(size_t i) const { return children[i]; }
     c_anon_StringAttribute& get_StringAttribute(size_t i) { return children[i]; }
-    c_anon_StringAttribute& append_StringAttribute() { children.emplace_back(); return children.back(); }
+    c_anon_StringAttribute& append_StringAttribute() {
+        children.emplace_back();
+        return children.back();
+    }
     c_anon_StringAttribute& back_StringAttribute() { return children.back(); }
     void clear_StringAttribute() { children.clear(); }
     void reserve_StringAttribute(size_t n) { children.reserve(n); }
@@ -314,20 +367,37 @@ private:
 class c_Configuration : public c_Element {
 public:
     const std::string& get_Name() const { return name; }
-    exrt_error set_Name(const std::string& v) { name = v; return XB_OK; }
+    exrt_error set_Name(const std::string& v) {
+        name = v;
+        return XB_OK;
+    }
     const std::string& get_Version() const { return version; }
-    exrt_error set_Version(const std::string& v) { version = v; return XB_OK; }
+    exrt_error set_Version(const std::string& v) {
+        version = v;
+        return XB_OK;
+    }
     bool has_Comments() const { return hasComments; }
     const std::string& get_Comments() const { return comments; }
-    exrt_error set_Comments(const std::string& v) { comments = v; hasComments = true; return XB_OK; }
+    exrt_error set_Comments(const std::string& v) {
+        comments = v;
+        hasComments = true;
+        return XB_OK;
+    }
     bool has_default() const { return hasDefault; }
     bool get_default() const { return defaultFlag; }
-    exrt_error set_default(bool v) { defaultFlag = v; hasDefault = true; return XB_OK; }
+    exrt_error set_default(bool v) {
+        defaultFlag = v;
+        hasDefault = true;
+        return XB_OK;
+    }
 
     size_t size_ConfigBlock() const { return blocks.size(); }
     const c_ConfigBlock& get_ConfigBlock(size_t i) const { return blocks[i]; }
     c_ConfigBlock& get_ConfigBlock(size_t i) { return blocks[i]; }
-    c_ConfigBlock& append_ConfigBlock() { blocks.emplace_back(); return blocks.back(); }
+    c_ConfigBlock& append_ConfigBlock() {
+        blocks.emplace_back();
+        return blocks.back();
+    }
     c_ConfigBlock& back_ConfigBlock() { return blocks.back(); }
     void clear_ConfigBlock() { blocks.clear(); }
 
@@ -358,7 +428,10 @@ public:
     bool has_Configuration() const { return hasConfiguration; }
     const c_Configuration& get_Configuration() const { return configuration; }
     c_Configuration& get_Configuration() { return configuration; }
-    void assign_Configuration(const c_Configuration& c) { configuration = c; hasConfiguration = true; }
+    void assign_Configuration(const c_Configuration& c) {
+        configuration = c;
+        hasConfiguration = true;
+    }
 
     c_Element* clone_element() const override { return new c_QUORL(*this); }
     const char* element_name() const override { return "QUORL"; }

@@ -17,7 +17,9 @@ exrt_error TextCodec::parse(const std::string& text, type& out) {
     return XB_OK;
 }
 
-void TextCodec::append(std::string& out, const type& v) { xrt::append_escaped(out, v.data(), v.size()); }
+void TextCodec::append(std::string& out, const type& v) {
+    xrt::append_escaped(out, v.data(), v.size());
+}
 
 exrt_error FlagCodec::parse(const std::string& text, type& out) {
     if (!xrt::is_boolean_text(text)) return XB_BAD_FORMAT;
@@ -25,7 +27,9 @@ exrt_error FlagCodec::parse(const std::string& text, type& out) {
     return XB_OK;
 }
 
-void FlagCodec::append(std::string& out, type v) { out += v ? "true" : "false"; }
+void FlagCodec::append(std::string& out, type v) {
+    out += v ? "true" : "false";
+}
 
 namespace {
 
@@ -170,9 +174,15 @@ BindReader::Kind BindReader::peek() {
             r.restore_event();
             cur = END;
             break;
-        case xrt::xe_text: cur = TEXT; break;
-        case xrt::xe_end_of_input: cur = EOI; break;
-        default: cur = FAIL; break;
+        case xrt::xe_text:
+            cur = TEXT;
+            break;
+        case xrt::xe_end_of_input:
+            cur = EOI;
+            break;
+        default:
+            cur = FAIL;
+            break;
     }
     return cur;
 }
@@ -190,10 +200,16 @@ exrt_error BindReader::finishStart(const char* element, bool& selfClosed) {
             case xrt::xe_start:
                 if (r.is_xsi_attribute()) continue;
                 return fail(XB_UNEXPECTED_ATTR, r.get_attribute_name().full_name, __LINE__);
-            case xrt::xe_start_tag_end: selfClosed = false; return XB_OK;
-            case xrt::xe_end_tag: selfClosed = true; return XB_OK;
-            case xrt::xe_end_of_input: return fail(XB_BAD_START_END, element, __LINE__);
-            default: return readerError();
+            case xrt::xe_start_tag_end:
+                selfClosed = false;
+                return XB_OK;
+            case xrt::xe_end_tag:
+                selfClosed = true;
+                return XB_OK;
+            case xrt::xe_end_of_input:
+                return fail(XB_BAD_START_END, element, __LINE__);
+            default:
+                return readerError();
         }
     }
 }

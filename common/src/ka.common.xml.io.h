@@ -14,7 +14,7 @@
 namespace xrt {
 class c_xml_reader;
 class c_xml_writer;
-}
+}  // namespace xrt
 
 namespace quorl {
 
@@ -137,9 +137,7 @@ public:
     // input stop here (reported for context).
     exrt_error peekTag(const char* context, Kind& k);
     // Whether k is the start tag of the unprefixed child element.
-    bool startsChild(Kind k, const char* element) const {
-        return k == START && !curPrefixed && curName == element;
-    }
+    bool startsChild(Kind k, const char* element) const { return k == START && !curPrefixed && curName == element; }
     const std::string& name() const { return curName; }
     bool prefixed() const { return curPrefixed; }
 

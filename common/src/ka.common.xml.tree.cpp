@@ -149,11 +149,11 @@ void MutableAttributeXml<K>::populate(Binding& element) const {
     fillElement<K>(*this, element, true);
 }
 
-#define RQ7_INSTANTIATE_BRIDGE(Kind, ...)                    \
-    template AttributeXml<AttributeKind::Kind>::AttributeXml( \
-        const AttributeXml<AttributeKind::Kind>::Binding&, const std::string&); \
+#define RQ7_INSTANTIATE_BRIDGE(Kind, ...)                                                                         \
+    template AttributeXml<AttributeKind::Kind>::AttributeXml(const AttributeXml<AttributeKind::Kind>::Binding&,   \
+                                                             const std::string&);                                 \
     template void AttributeXml<AttributeKind::Kind>::populate(AttributeXml<AttributeKind::Kind>::Binding&) const; \
-    template void MutableAttributeXml<AttributeKind::Kind>::populate(                                            \
+    template void MutableAttributeXml<AttributeKind::Kind>::populate(                                             \
         MutableAttributeXml<AttributeKind::Kind>::Binding&) const;
 RQ7_ATTRIBUTE_KINDS(RQ7_INSTANTIATE_BRIDGE)
 #undef RQ7_INSTANTIATE_BRIDGE
@@ -177,8 +177,8 @@ void populateChoice(typename AttributeKindTraits<K>::Interface& a, c_anon_String
 
 }  // namespace
 
-#define RQ7_POPULATE_VISIT(Kind, ...)                                                 \
-    void PopulateConfigAttributeXMLVisitor::visit(Kind##Attribute& attribute) {   \
+#define RQ7_POPULATE_VISIT(Kind, ...)                                                  \
+    void PopulateConfigAttributeXMLVisitor::visit(Kind##Attribute& attribute) {        \
         populateChoice<AttributeKind::Kind>(attribute, block->back_StringAttribute()); \
     }
 RQ7_ATTRIBUTE_KINDS(RQ7_POPULATE_VISIT)
@@ -201,9 +201,9 @@ ConfigAttributePtr makeAttributeFromElement(const c_anon_StringAttribute& choice
 
 // ---- Plain copies ------------------------------------------------------------
 
-#define RQ7_CLONE_VISIT(Kind, ...)                                                   \
-    void CloneConfigAttributeVisitor::visit(const Kind##Attribute& attribute) {   \
-        result = boost::make_shared<Kind##AttributeXml>(attribute);               \
+#define RQ7_CLONE_VISIT(Kind, ...)                                              \
+    void CloneConfigAttributeVisitor::visit(const Kind##Attribute& attribute) { \
+        result = boost::make_shared<Kind##AttributeXml>(attribute);             \
     }
 RQ7_ATTRIBUTE_KINDS(RQ7_CLONE_VISIT)
 #undef RQ7_CLONE_VISIT

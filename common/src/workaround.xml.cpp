@@ -122,8 +122,7 @@ exrt_error c_Workaround::marshal_child_elements(xrt::c_xml_writer& w) const {
 exrt_error c_Workaround::unmarshal_body(BindReader& r) {
     if (exrt_error e = readRequired<IntCodec<uint32_t>>(r, "Workaround", "Id", id, hasId)) return e;
     if (exrt_error e = readRequired<IntCodec<int32_t>>(r, "Workaround", "State", state, hasState)) return e;
-    if (exrt_error e = readRequired<IntCodec<int32_t>>(r, "Workaround", "Priority", priority, hasPriority))
-        return e;
+    if (exrt_error e = readRequired<IntCodec<int32_t>>(r, "Workaround", "Priority", priority, hasPriority)) return e;
     return readRequired<TextCodec>(r, "Workaround", "SocName", socName, hasSocName);
 }
 
@@ -202,10 +201,18 @@ void c_WorkaroundsRegistry_2::select(int newKind) {
     registry.reset();
     kind = newKind;
     switch (newKind) {
-        case kind_Workaround: workaround.reset(new c_Workaround); break;
-        case kind_Workarounds: workarounds.reset(new c_Workarounds); break;
-        case kind_WorkaroundsRegistry: registry.reset(new c_WorkaroundsRegistry); break;
-        default: kind = kind_not_set; break;
+        case kind_Workaround:
+            workaround.reset(new c_Workaround);
+            break;
+        case kind_Workarounds:
+            workarounds.reset(new c_Workarounds);
+            break;
+        case kind_WorkaroundsRegistry:
+            registry.reset(new c_WorkaroundsRegistry);
+            break;
+        default:
+            kind = kind_not_set;
+            break;
     }
 }
 
@@ -215,19 +222,27 @@ bool c_WorkaroundsRegistry_2::is_member(xrt::c_xml_reader&, const std::string& n
 
 exrt_error c_WorkaroundsRegistry_2::marshal(xrt::c_xml_writer& w, const char* name) const {
     switch (kind) {
-        case kind_Workaround: return workaround->marshal(w, name);
-        case kind_Workarounds: return workarounds->marshal(w, name);
-        case kind_WorkaroundsRegistry: return registry->marshal(w, name);
-        default: return writerFail(w, XB_BAD_CHOICE, "{anonymous compositor}", __LINE__);
+        case kind_Workaround:
+            return workaround->marshal(w, name);
+        case kind_Workarounds:
+            return workarounds->marshal(w, name);
+        case kind_WorkaroundsRegistry:
+            return registry->marshal(w, name);
+        default:
+            return writerFail(w, XB_BAD_CHOICE, "{anonymous compositor}", __LINE__);
     }
 }
 
 exrt_error c_WorkaroundsRegistry_2::marshal_child_elements(xrt::c_xml_writer& w) const {
     switch (kind) {
-        case kind_Workaround: return workaround->marshal_child_elements(w);
-        case kind_Workarounds: return workarounds->marshal_child_elements(w);
-        case kind_WorkaroundsRegistry: return registry->marshal_child_elements(w);
-        default: return writerFail(w, XB_BAD_CHOICE, "{anonymous compositor}", __LINE__);
+        case kind_Workaround:
+            return workaround->marshal_child_elements(w);
+        case kind_Workarounds:
+            return workarounds->marshal_child_elements(w);
+        case kind_WorkaroundsRegistry:
+            return registry->marshal_child_elements(w);
+        default:
+            return writerFail(w, XB_BAD_CHOICE, "{anonymous compositor}", __LINE__);
     }
 }
 
@@ -240,9 +255,12 @@ exrt_error c_WorkaroundsRegistry_2::unmarshal(xrt::c_xml_reader& reader) {
     if (found == kind_not_set) return XB_FAIL(r, XB_NOT_FOUND, r.name());
     select(found);
     switch (kind) {
-        case kind_Workaround: return workaround->unmarshal(r, rootNames[kind]);
-        case kind_Workarounds: return workarounds->unmarshal(r, rootNames[kind]);
-        default: return registry->unmarshal(r, rootNames[kind]);
+        case kind_Workaround:
+            return workaround->unmarshal(r, rootNames[kind]);
+        case kind_Workarounds:
+            return workarounds->unmarshal(r, rootNames[kind]);
+        default:
+            return registry->unmarshal(r, rootNames[kind]);
     }
 }
 

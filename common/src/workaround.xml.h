@@ -62,13 +62,29 @@ public:
     c_Workaround(const std::string& text, exrt_error* err) { *err = unmarshal(text.data(), text.size()); }
 
     uint32_t get_Id() const { return id; }
-    exrt_error set_Id(uint32_t v) { id = v; hasId = true; return XB_OK; }
+    exrt_error set_Id(uint32_t v) {
+        id = v;
+        hasId = true;
+        return XB_OK;
+    }
     int32_t get_State() const { return state; }
-    exrt_error set_State(int32_t v) { state = v; hasState = true; return XB_OK; }
+    exrt_error set_State(int32_t v) {
+        state = v;
+        hasState = true;
+        return XB_OK;
+    }
     int32_t get_Priority() const { return priority; }
-    exrt_error set_Priority(int32_t v) { priority = v; hasPriority = true; return XB_OK; }
+    exrt_error set_Priority(int32_t v) {
+        priority = v;
+        hasPriority = true;
+        return XB_OK;
+    }
     const std::string& get_SocName() const { return socName; }
-    exrt_error set_SocName(const std::string& v) { socName = v; hasSocName = true; return XB_OK; }
+    exrt_error set_SocName(const std::string& v) {
+        socName = v;
+        hasSocName = true;
+        return XB_OK;
+    }
 
     bool is_occurs_ok() const { return hasId && hasState && hasPriority && hasSocName; }
     void reset() { *this = c_Workaround(); }
@@ -97,7 +113,10 @@ public:
     size_t size_Workaround() const { return items.size(); }
     const c_Workaround& get_Workaround(size_t i) const { return items.at(i); }
     c_Workaround& get_Workaround(size_t i) { return items.at(i); }
-    c_Workaround& append_Workaround() { items.emplace_back(); return items.back(); }
+    c_Workaround& append_Workaround() {
+        items.emplace_back();
+        return items.back();
+    }
     c_Workaround& back_Workaround() { return items.back(); }
     c_Workaround& insert_Workaround(size_t i) { return *items.emplace(items.begin() + static_cast<long>(i)); }
     void delete_Workaround(size_t i) { items.erase(items.begin() + static_cast<long>(i)); }
@@ -122,15 +141,20 @@ public:
     c_WorkaroundsRegistry() = default;
     c_WorkaroundsRegistry(const char* path, exrt_error* err) { *err = unmarshal(path); }
     c_WorkaroundsRegistry(const char* data, size_t length, exrt_error* err) { *err = unmarshal(data, length); }
-    c_WorkaroundsRegistry(const std::string& text, exrt_error* err) {
-        *err = unmarshal(text.data(), text.size());
-    }
+    c_WorkaroundsRegistry(const std::string& text, exrt_error* err) { *err = unmarshal(text.data(), text.size()); }
 
     const std::string& get_Version() const { return version; }
-    exrt_error set_Version(const std::string& v) { version = v; hasVersion = true; return XB_OK; }
+    exrt_error set_Version(const std::string& v) {
+        version = v;
+        hasVersion = true;
+        return XB_OK;
+    }
     bool has_Workarounds() const { return hasWorkarounds; }
     const c_Workarounds& get_Workarounds() const { return workarounds; }
-    void assign_Workarounds(const c_Workarounds& v) { workarounds = v; hasWorkarounds = true; }
+    void assign_Workarounds(const c_Workarounds& v) {
+        workarounds = v;
+        hasWorkarounds = true;
+    }
 
     bool is_occurs_ok() const { return hasVersion; }
     void reset() { *this = c_WorkaroundsRegistry(); }
@@ -156,9 +180,7 @@ public:
     c_WorkaroundsRegistry_2() = default;
     c_WorkaroundsRegistry_2(const char* path, exrt_error* err) { *err = unmarshal(path); }
     c_WorkaroundsRegistry_2(const char* data, size_t length, exrt_error* err) { *err = unmarshal(data, length); }
-    c_WorkaroundsRegistry_2(const std::string& text, exrt_error* err) {
-        *err = unmarshal(text.data(), text.size());
-    }
+    c_WorkaroundsRegistry_2(const std::string& text, exrt_error* err) { *err = unmarshal(text.data(), text.size()); }
     c_WorkaroundsRegistry_2(const c_WorkaroundsRegistry_2& o);
     c_WorkaroundsRegistry_2& operator=(const c_WorkaroundsRegistry_2& o);
 

@@ -92,8 +92,7 @@ bool ConfigurationModule::disableModule(boost::shared_ptr<TaProcess> process, bo
         if (!dependency) continue;
         if (dependency->useCount != 0) --dependency->useCount;
         // force reaches one level only; deeper modules go by their own state.
-        if (dependency->useCount == 0 && (dependency->enabled || force))
-            dependency->disableModule(process, false);
+        if (dependency->useCount == 0 && (dependency->enabled || force)) dependency->disableModule(process, false);
     }
 
     updateEnableTrace();

@@ -67,7 +67,9 @@ void Register<T>::reset(boost::shared_ptr<TaProcess> process) {
 
 ResourceManager::ResourceManager(uint32_t count) : used(count, false) {}
 
-void ResourceManager::setNumberOfResources(unsigned count) { used.resize(count, false); }
+void ResourceManager::setNumberOfResources(unsigned count) {
+    used.resize(count, false);
+}
 
 int ResourceManager::firstFree() const {
     for (size_t i = 0; i < used.size(); ++i)
@@ -76,10 +78,8 @@ int ResourceManager::firstFree() const {
 }
 
 template <typename T>
-RegisterManager<T>::RegisterManager(uint64_t base, std::string space, uint32_t count,
-                                    std::string p)
-    : ResourceManager(count), baseAddress(base), prefix(std::move(p)),
-      memorySpace(std::move(space)) {
+RegisterManager<T>::RegisterManager(uint64_t base, std::string space, uint32_t count, std::string p)
+    : ResourceManager(count), baseAddress(base), prefix(std::move(p)), memorySpace(std::move(space)) {
     build(count);
 }
 
@@ -97,8 +97,7 @@ void RegisterManager<T>::build(unsigned count) {
     registers.reserve(count);
     for (unsigned i = 0; i < count; ++i)
         registers.push_back(boost::shared_ptr<Register<T>>(new Register<T>(
-            baseAddress + uint64_t(i) * sizeof(T), memorySpace, prefix + std::to_string(i),
-            resetValue)));
+            baseAddress + uint64_t(i) * sizeof(T), memorySpace, prefix + std::to_string(i), resetValue)));
 }
 
 template class Register<unsigned int>;

@@ -63,8 +63,7 @@ template <typename T>
 struct RegisterManager : ResourceManager {
     // Registers "<prefix>0" at baseAddress up to "<prefix><count-1>", each
     // sizeof(T) apart, each with reset value 0.
-    RegisterManager(uint64_t baseAddress, std::string memorySpace, uint32_t count,
-                    std::string prefix);
+    RegisterManager(uint64_t baseAddress, std::string memorySpace, uint32_t count, std::string prefix);
 
     // Shrinks the array (after the module has learnt the real count from the
     // hardware); a larger count leaves everything as it is.

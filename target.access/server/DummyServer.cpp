@@ -42,8 +42,7 @@ uint64_t loadBytes(const uint8_t* data, size_t size) {
 // The trace line of a register-sized access; op is padded to the column.
 void traceWord(const char* op, uint64_t address, uint64_t shown, unsigned width) {
     if (width == 4)
-        trace("%s 0x%" PRIx64 " data=0x%08" PRIx32 " length=0x%x\n", op, address,
-              static_cast<uint32_t>(shown), 4u);
+        trace("%s 0x%" PRIx64 " data=0x%08" PRIx32 " length=0x%x\n", op, address, static_cast<uint32_t>(shown), 4u);
     else
         trace("%s 0x%" PRIx64 " data=0x%08" PRIx64 " length=0x%x\n", op, address, shown, width);
 }
@@ -59,8 +58,7 @@ void traceBlock(const char* op, uint64_t address, uint64_t size, uint64_t v) {
             trace("%s 0x%" PRIx64 " data=0x%04x length=0x%" PRIx64 "\n", op, address, unsigned(v), size);
             break;
         case 4:
-            trace("%s 0x%" PRIx64 " data=0x%08" PRIx32 " length=0x%" PRIx64 "\n", op, address, uint32_t(v),
-                  size);
+            trace("%s 0x%" PRIx64 " data=0x%08" PRIx32 " length=0x%" PRIx64 "\n", op, address, uint32_t(v), size);
             break;
         case 8:
             trace("%s 0x%" PRIx64 " data=0x%016" PRIx64 " length=0x%" PRIx64 "\n", op, address, v, size);
@@ -162,8 +160,7 @@ int ddr_read(uint64_t address, uint64_t size, uint8_t* data) {
 }  // namespace logger_agent
 
 DummyServer::DummyServer(unsigned short p)
-    : port(p), listenSocket(-1), serveMoreClients(false), running(false), stopRequested(false),
-      clientSocket(-1) {}
+    : port(p), listenSocket(-1), serveMoreClients(false), running(false), stopRequested(false), clientSocket(-1) {}
 
 DummyServer::~DummyServer() {
     // A thread left running would outlive the object it serves.
@@ -193,8 +190,7 @@ bool DummyServer::run() {
         return false;
     }
     socklen_t len = sizeof addr;
-    if (::getsockname(listenSocket, reinterpret_cast<sockaddr*>(&addr), &len) == 0)
-        port = ntohs(addr.sin_port);
+    if (::getsockname(listenSocket, reinterpret_cast<sockaddr*>(&addr), &len) == 0) port = ntohs(addr.sin_port);
     ::listen(listenSocket, LISTEN_BACKLOG);
 
     // Running before the thread starts, so that a client accepted at once is
@@ -224,8 +220,7 @@ void DummyServer::stop() {
 }
 
 void DummyServer::join() {
-    if (thread && (thread->joinable() || thread->get_id() == boost::this_thread::get_id()))
-        thread->join();
+    if (thread && (thread->joinable() || thread->get_id() == boost::this_thread::get_id())) thread->join();
 }
 
 bool DummyServer::isRunning() {
@@ -287,12 +282,10 @@ struct Answer {
 // may be null) into the status answer for `text` (null: success) and sends
 // it. The buffer grows when the text needs it; `length` counts one byte
 // behind the text, which is left as 0.
-Answer sendStatus(agent_socket_t client, agent_message* message, size_t capacity,
-                  const char* text) {
+Answer sendStatus(agent_socket_t client, agent_message* message, size_t capacity, const char* text) {
     Answer answer;
     const size_t textLength = text ? std::strlen(text) : 0;
-    const size_t size =
-        text ? textLength + sizeof(agent_status_message) + 1 : sizeof(agent_status_message);
+    const size_t size = text ? textLength + sizeof(agent_status_message) + 1 : sizeof(agent_status_message);
     if (size > capacity) {
         auto* grown = static_cast<agent_message*>(std::realloc(message, size));
         if (!grown) {
@@ -335,8 +328,11 @@ void DummyServer::serveClient(agent_socket_t client) {
 
     const Answer greeting = sendStatus(client, nullptr, 0, nullptr);
     switch (greeting.failed) {
-        case AnswerStep::None: break;
-        case AnswerStep::Build: AGENT_ERROR_AT("waitData", SOURCE, 56, "Out of memory !"); break;
+        case AnswerStep::None:
+            break;
+        case AnswerStep::Build:
+            AGENT_ERROR_AT("waitData", SOURCE, 56, "Out of memory !");
+            break;
         case AnswerStep::Convert:
             if (greeting.result == 0)
                 AGENT_ERROR_AT("waitData", SOURCE, 74, "Out of memory !");
@@ -379,13 +375,11 @@ void DummyServer::serveClient(agent_socket_t client) {
         const size_t capacity = size_t(message->length) + 4;
         const char* text = interpret_message(client, message);
         const Answer answer = sendStatus(client, message, capacity, text);
-        result = answer.failed == AnswerStep::Convert && answer.result == 0 ? -ENOMEM
-                                                                            : answer.result;
+        result = answer.failed == AnswerStep::Convert && answer.result == 0 ? -ENOMEM : answer.result;
         keepOpen = result < 0;
     }
     if (result < 0 && result != PEER_CLOSED)
-        AGENT_ERROR_AT("waitData", SOURCE, 111, "Error interpreting message: %s",
-                       std::strerror(-result));
+        AGENT_ERROR_AT("waitData", SOURCE, 111, "Error interpreting message: %s", std::strerror(-result));
     if (!keepOpen)
         closeClient(client);
     else

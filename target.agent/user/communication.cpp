@@ -27,9 +27,13 @@ uint32_t load32(const uint8_t* p) {
     return v;
 }
 
-void store32(uint8_t* p, uint32_t v) { std::memcpy(p, &v, sizeof v); }
+void store32(uint8_t* p, uint32_t v) {
+    std::memcpy(p, &v, sizeof v);
+}
 
-void copyByteAt(uint8_t* dst, const uint8_t* src, size_t offset) { dst[offset] = src[offset]; }
+void copyByteAt(uint8_t* dst, const uint8_t* src, size_t offset) {
+    dst[offset] = src[offset];
+}
 
 // Byte order conversion of one field; the same operation in both directions.
 void swap16At(uint8_t* dst, const uint8_t* src, size_t offset) {
@@ -56,12 +60,18 @@ void swap64At(uint8_t* dst, const uint8_t* src, size_t offset) {
 // buffer that a peer sent.
 uint32_t minimumLength(uint8_t type) {
     switch (type) {
-        case AGENT_MSG_MEMORY: return AGENT_MEM_LENGTH;
-        case AGENT_MSG_REGISTER: return AGENT_REG_FIXED_LENGTH;
-        case AGENT_MSG_DDR_CONTROL: return AGENT_DDR_CONTROL_LENGTH;
-        case AGENT_MSG_DDR_BLOCK: return AGENT_DDR_BLOCK_FIXED_LENGTH;
-        case AGENT_MSG_STM_KMSG: return AGENT_STM_LENGTH;
-        case AGENT_MSG_STATUS: return AGENT_STATUS_FIXED_LENGTH;
+        case AGENT_MSG_MEMORY:
+            return AGENT_MEM_LENGTH;
+        case AGENT_MSG_REGISTER:
+            return AGENT_REG_FIXED_LENGTH;
+        case AGENT_MSG_DDR_CONTROL:
+            return AGENT_DDR_CONTROL_LENGTH;
+        case AGENT_MSG_DDR_BLOCK:
+            return AGENT_DDR_BLOCK_FIXED_LENGTH;
+        case AGENT_MSG_STM_KMSG:
+            return AGENT_STM_LENGTH;
+        case AGENT_MSG_STATUS:
+            return AGENT_STATUS_FIXED_LENGTH;
     }
     return 0;
 }
@@ -71,7 +81,8 @@ uint32_t minimumLength(uint8_t type) {
 int convertPayload(uint8_t* dst, const uint8_t* src, size_t n, uint8_t width) {
     size_t whole = 0;
     switch (width) {
-        case 1: break;
+        case 1:
+            break;
         case 2:
             if (n > 1)
                 for (; whole + 2 <= n; whole += 2) swap16At(dst, src, whole);
@@ -84,7 +95,8 @@ int convertPayload(uint8_t* dst, const uint8_t* src, size_t n, uint8_t width) {
             if (n > 7)
                 for (; whole + 8 <= n; whole += 8) swap64At(dst, src, whole);
             break;
-        default: return -EINVAL;
+        default:
+            return -EINVAL;
     }
     if (whole < n) std::memcpy(dst + whole, src + whole, n - whole);
     return 0;
@@ -103,11 +115,9 @@ int convert(agent_message* message, agent_message** destination, bool toNetwork)
     if (type == AGENT_MSG_STM_KMSG) {
         if (destination && *destination) {
             if (toNetwork)
-                AGENT_ERROR_AT("htonm", SOURCE, 213,
-                               "destination should point to NULL for STM/KMSG operations");
+                AGENT_ERROR_AT("htonm", SOURCE, 213, "destination should point to NULL for STM/KMSG operations");
             else
-                AGENT_ERROR_AT("ntohm", SOURCE, 342,
-                               "destination should point to NULL for STM/KMSG operations");
+                AGENT_ERROR_AT("ntohm", SOURCE, 342, "destination should point to NULL for STM/KMSG operations");
         }
         if (length < AGENT_STM_LENGTH) return -EINVAL;
         store32(src, htobe32(rawLength));
@@ -115,9 +125,7 @@ int convert(agent_message* message, agent_message** destination, bool toNetwork)
         return 0;
     }
     if (!destination) {
-        if (!toNetwork)
-            AGENT_ERROR_AT("ntohm", SOURCE, 246,
-                           "destination must not be null for mem/reg operations");
+        if (!toNetwork) AGENT_ERROR_AT("ntohm", SOURCE, 246, "destination must not be null for mem/reg operations");
         return -EINVAL;
     }
     const uint32_t minimum = minimumLength(type);
@@ -152,8 +160,7 @@ int convert(agent_message* message, agent_message** destination, bool toNetwork)
             swap64At(dst, src, offsetof(agent_ddr_block_message, address));
             copyByteAt(dst, src, offsetof(agent_ddr_block_message, element_width));
             const uint8_t width = src[offsetof(agent_ddr_block_message, element_width)];
-            if (convertPayload(dst + sizeof(agent_ddr_block_message),
-                               src + sizeof(agent_ddr_block_message),
+            if (convertPayload(dst + sizeof(agent_ddr_block_message), src + sizeof(agent_ddr_block_message),
                                length - AGENT_DDR_BLOCK_FIXED_LENGTH, width) != 0) {
                 std::free(dst);
                 return -EINVAL;
@@ -201,17 +208,14 @@ int call(F* handler, A... args) {
 
 const char* interpretMemory(agent_socket_t socket, agent_message* message) {
     auto* m = reinterpret_cast<agent_mem_message*>(message);
-    if (m->data_length >= sizeof WIDTH_OF_CODE / sizeof WIDTH_OF_CODE[0])
-        return "Invalid data length";
+    if (m->data_length >= sizeof WIDTH_OF_CODE / sizeof WIDTH_OF_CODE[0]) return "Invalid data length";
     const unsigned width = WIDTH_OF_CODE[m->data_length];
     switch (m->operation) {
         case AGENT_OP_WRITE:
-            return handlerText(call(agent_handlers.write_mem, uint64_t(m->address),
-                                    uint64_t(m->value), width));
+            return handlerText(call(agent_handlers.write_mem, uint64_t(m->address), uint64_t(m->value), width));
         case AGENT_OP_READ: {
             uint64_t value = m->value;
-            const char* text =
-                handlerText(call(agent_handlers.read_mem, uint64_t(m->address), &value, width));
+            const char* text = handlerText(call(agent_handlers.read_mem, uint64_t(m->address), &value, width));
             m->value = value;
             const char* replyText = sendReply(socket, message);
             return replyText ? replyText : text;
@@ -227,9 +231,7 @@ const char* interpretRegister(agent_socket_t socket, agent_message* message) {
     if (!std::memchr(name, 0, m->length - AGENT_REG_FIXED_LENGTH)) return std::strerror(EINVAL);
     switch (m->operation) {
         case AGENT_OP_WRITE:
-            return call(agent_handlers.write_reg, name, uint64_t(m->value)) != 0
-                       ? "register write failure"
-                       : nullptr;
+            return call(agent_handlers.write_reg, name, uint64_t(m->value)) != 0 ? "register write failure" : nullptr;
         case AGENT_OP_READ: {
             uint64_t value = m->value;
             int rc = call(agent_handlers.read_reg, name, &value);
@@ -247,8 +249,7 @@ const char* interpretDdrControl(agent_socket_t socket, agent_message* message) {
     switch (m->operation) {
         case AGENT_DDR_GET: {
             uint64_t second = m->second;
-            const char* text =
-                handlerText(call(agent_handlers.ddr_get, uint64_t(m->first), &second));
+            const char* text = handlerText(call(agent_handlers.ddr_get, uint64_t(m->first), &second));
             m->second = second;
             const char* replyText = sendReply(socket, message);
             return replyText ? replyText : text;
@@ -307,8 +308,7 @@ int sock_write(agent_socket_t socket, const agent_message* message, int flags) {
         if (r < 0 && (errno == EINTR || errno == EAGAIN)) continue;
         if (r <= 0) {
             int e = r < 0 ? errno : 0;
-            AGENT_ERROR_AT("sock_write", SOURCE, 412,
-                           "\tonly %d of %zd bytes chunk sent (errno %d:%s)", int(sent),
+            AGENT_ERROR_AT("sock_write", SOURCE, 412, "\tonly %d of %zd bytes chunk sent (errno %d:%s)", int(sent),
                            ssize_t(total), e, std::strerror(e));
             return static_cast<int>(r);
         }
@@ -379,10 +379,14 @@ int recv_sock_message(agent_socket_t socket, agent_message** message, agent_read
 const char* interpret_message(agent_socket_t socket, agent_message* message) {
     if (!message) return "Invalid operation";
     switch (message->type) {
-        case AGENT_MSG_MEMORY: return interpretMemory(socket, message);
-        case AGENT_MSG_REGISTER: return interpretRegister(socket, message);
-        case AGENT_MSG_DDR_CONTROL: return interpretDdrControl(socket, message);
-        case AGENT_MSG_DDR_BLOCK: return interpret_ddr_message(socket, message);
+        case AGENT_MSG_MEMORY:
+            return interpretMemory(socket, message);
+        case AGENT_MSG_REGISTER:
+            return interpretRegister(socket, message);
+        case AGENT_MSG_DDR_CONTROL:
+            return interpretDdrControl(socket, message);
+        case AGENT_MSG_DDR_BLOCK:
+            return interpret_ddr_message(socket, message);
     }
     return "Invalid operation";
 }
@@ -396,8 +400,8 @@ const char* interpret_ddr_message(agent_socket_t socket, agent_message* message)
             // A size beyond the payload that came would make the handler read
             // past the message.
             if (m->size > available) return std::strerror(EINVAL);
-            return handlerText(call(agent_handlers.ddr_write, uint64_t(m->address),
-                                    uint64_t(m->size), agent_ddr_payload(message)));
+            return handlerText(
+                call(agent_handlers.ddr_write, uint64_t(m->address), uint64_t(m->size), agent_ddr_payload(message)));
         case AGENT_OP_READ: {
             // The reply is a copy with room for `size` bytes behind the
             // request; its length field stays the request's.
@@ -408,8 +412,8 @@ const char* interpret_ddr_message(agent_socket_t socket, agent_message* message)
             if (!copy) return "Cannot allocate memory";
             std::memcpy(copy, message, requestBytes);
             auto* reply = reinterpret_cast<agent_message*>(copy);
-            const char* text = handlerText(call(agent_handlers.ddr_read, uint64_t(m->address),
-                                                uint64_t(m->size), agent_ddr_payload(reply)));
+            const char* text = handlerText(
+                call(agent_handlers.ddr_read, uint64_t(m->address), uint64_t(m->size), agent_ddr_payload(reply)));
             const char* replyText = sendReply(socket, reply);
             std::free(copy);
             return replyText ? replyText : text;

@@ -14,9 +14,8 @@
 // part of the text users see on stderr, so they do not follow the build's
 // file paths.
 #ifndef AGENT_ERROR_AT
-#define AGENT_ERROR_AT(func, source, line, fmt, ...)                                       \
-    std::fprintf(stderr, "[%s] [%s:%d] ERROR : " fmt "\n\n", (func), (source), (line),      \
-                 ##__VA_ARGS__)
+#define AGENT_ERROR_AT(func, source, line, fmt, ...) \
+    std::fprintf(stderr, "[%s] [%s:%d] ERROR : " fmt "\n\n", (func), (source), (line), ##__VA_ARGS__)
 #endif
 
 // Message types.
@@ -43,7 +42,7 @@ enum : uint8_t { AGENT_STATUS_OK = 0, AGENT_STATUS_FAILED = 1 };
 // Bytes of a message behind its `length` field.
 enum : uint32_t {
     AGENT_MEM_LENGTH = 19,
-    AGENT_REG_FIXED_LENGTH = 10,    // + name with its NUL
+    AGENT_REG_FIXED_LENGTH = 10,  // + name with its NUL
     AGENT_DDR_CONTROL_LENGTH = 18,
     AGENT_DDR_BLOCK_FIXED_LENGTH = 19,  // + payload
     AGENT_STM_LENGTH = 10,
@@ -115,8 +114,7 @@ struct agent_status_message {
 static_assert(sizeof(agent_mem_message) == 4 + AGENT_MEM_LENGTH, "memory message layout");
 static_assert(sizeof(agent_reg_message) == 4 + AGENT_REG_FIXED_LENGTH, "register message layout");
 static_assert(sizeof(agent_ddr_ctrl_message) == 4 + AGENT_DDR_CONTROL_LENGTH, "ddr control layout");
-static_assert(sizeof(agent_ddr_block_message) == 4 + AGENT_DDR_BLOCK_FIXED_LENGTH,
-              "ddr block layout");
+static_assert(sizeof(agent_ddr_block_message) == 4 + AGENT_DDR_BLOCK_FIXED_LENGTH, "ddr block layout");
 static_assert(sizeof(agent_stm_message) == 4 + AGENT_STM_LENGTH, "STM/KMSG layout");
 static_assert(sizeof(agent_status_message) == 6, "status message layout");
 
@@ -178,8 +176,7 @@ void agent_reader_init(agent_reader* reader, agent_socket_t socket);
 // Reads one whole network-order message into a buffer allocated in *message
 // (free() it), through `reader` if one is given (it is bound to `socket`
 // first if it was not). -120 when the peer closed between messages.
-int recv_sock_message(agent_socket_t socket, agent_message** message,
-                      agent_reader* reader = nullptr);
+int recv_sock_message(agent_socket_t socket, agent_message** message, agent_reader* reader = nullptr);
 
 // The server's dispatcher for one host-order message; sends the reply of a
 // read itself. Returns the failure text, or null on success.

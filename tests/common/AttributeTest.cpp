@@ -111,12 +111,16 @@ TEST(AttributeValues, SettersStoreWhatTheyAreGiven) {
 template <AttributeKind K>
 typename AttributeKindTraits<K>::value_type sample(int which) {
     constexpr AttributeShape S = AttributeKindTraits<K>::shape;
-    if constexpr (S == AttributeShape::Text) return which ? "second" : "first";
-    else if constexpr (S == AttributeShape::Flag) return which != 0;
+    if constexpr (S == AttributeShape::Text)
+        return which ? "second" : "first";
+    else if constexpr (S == AttributeShape::Flag)
+        return which != 0;
     else if constexpr (S == AttributeShape::Enum)
         return which ? std::vector<std::string>{"b", "c"} : std::vector<std::string>{"a"};
-    else if constexpr (S == AttributeShape::Real) return which ? 2.5 : 1.5;
-    else return which ? 7 : 3;
+    else if constexpr (S == AttributeShape::Real)
+        return which ? 2.5 : 1.5;
+    else
+        return which ? 7 : 3;
 }
 
 TEST(AttributeCopies, CloneSharesNothingWithItsSource) {
@@ -164,7 +168,6 @@ TEST(AttributeCopies, CopyThroughTheInterfaceTakesEveryField) {
     EXPECT_EQ(enumCopy.getEnumValues()->snapshot(), (std::vector<std::string>{"a", "b", "c"}));
     EXPECT_TRUE(enumCopy.isAllowMultiple());
     EXPECT_TRUE(enumCopy.isReadOnly());
-
 }
 
 TEST(AttributeCopies, ListsHandedOutAreSnapshots) {
@@ -212,9 +215,13 @@ TEST(EnumAttributeLists, SettersAndTheMultipleRule) {
 // Names the interface each visit was called with.
 class NamingVisitor : public ConfigAttributeVisitor, public ConstConfigAttributeVisitor {
 public:
-#define RQ7_NAMING_VISIT(Kind, ...)                                                 \
-    void visit(Kind##Attribute&) override { seen = #Kind "Attribute"; }             \
-    void visit(const Kind##Attribute&) override { seenConst = #Kind "Attribute"; }
+#define RQ7_NAMING_VISIT(Kind, ...)               \
+    void visit(Kind##Attribute&) override {       \
+        seen = #Kind "Attribute";                 \
+    }                                             \
+    void visit(const Kind##Attribute&) override { \
+        seenConst = #Kind "Attribute";            \
+    }
     RQ7_ATTRIBUTE_KINDS(RQ7_NAMING_VISIT)
 #undef RQ7_NAMING_VISIT
     std::string seen;

@@ -69,7 +69,7 @@ TEST(QualifiedLookup, Blocks) {
         {"Trace Generators:CORE", "Board.Trace Generators.CORE"},
         {"Trace Generators:CORE.Core 1", "Board.Trace Generators.CORE.Core 1"},
         {"Trace Generators:NOC:MAIN:Main NoC Probe 0", "Board.Trace Generators.NOC.MAIN.Main NoC Probe 0"},
-        {"Trace Generators:CORE:", ""},   // closing separator: a child with an empty name
+        {"Trace Generators:CORE:", ""},  // closing separator: a child with an empty name
         {"Trace Generators::CORE", ""},
         {"", ""},
         {"Core 0", ""},                    // not top-level
@@ -273,7 +273,8 @@ TEST(TreeAdd, AddConfigBlockStoresACopyAndRefusesDuplicates) {
     EXPECT_NE(cfg->getConfigBlock("Target Access"), ConfigBlockPtr(block));
 
     const std::string out = rq7test::logged([&] { cfg->addConfigBlock(ConfigBlockXml("Target Access")); });
-    EXPECT_TRUE(std::regex_match(out, std::regex(R"(- \S+ \[quorl\.configuration\.xml\] ERROR: duplicate config block\n)")))
+    EXPECT_TRUE(
+        std::regex_match(out, std::regex(R"(- \S+ \[quorl\.configuration\.xml\] ERROR: duplicate config block\n)")))
         << out;
     EXPECT_EQ(cfg->getConfigBlockList()->size(), 1u);
 }

@@ -1,9 +1,9 @@
 // rq7.config in GTA mode against gta-sim: the commands the server received
 // for configure and disable runs of the example, byte order on big-endian
 // targets, and how a failed connection ends the run.
-#include "tests/support/ToolRun.h"
 #include "tests/support/GtaPeer.h"
 #include "tests/support/SimProcess.h"
+#include "tests/support/ToolRun.h"
 
 #include <sstream>
 #include <string>
@@ -57,10 +57,10 @@ void expectSameLines(const Lines& actual, const Lines& expected, const std::stri
     size_t i = 0;
     while (i < actual.size() && i < expected.size() && actual[i] == expected[i]) ++i;
     if (i == actual.size() && i == expected.size()) return;
-    ADD_FAILURE() << what << ": first difference at line " << i + 1 << "\n  actual:   "
-                  << (i < actual.size() ? actual[i] : "(end)") << "\n  expected: "
-                  << (i < expected.size() ? expected[i] : "(end)") << "\n  (" << actual.size() << " vs "
-                  << expected.size() << " lines)";
+    ADD_FAILURE() << what << ": first difference at line " << i + 1
+                  << "\n  actual:   " << (i < actual.size() ? actual[i] : "(end)")
+                  << "\n  expected: " << (i < expected.size() ? expected[i] : "(end)") << "\n  (" << actual.size()
+                  << " vs " << expected.size() << " lines)";
 }
 
 struct SimRun {
@@ -93,8 +93,7 @@ TEST(GtaRun, ConfigureSendsTheExpectedCommands) {
     ASSERT_GE(commands.size(), 3u);
     EXPECT_EQ(Lines(commands.begin(), commands.begin() + 3),
               (Lines{"ctx set current :ka7710x-evb:KA7710X:Cluster 0 Core 0", "ctx connect", "mem list-ms"}));
-    expectSameLines(commands, linesOf(readFile(std::string(RQ7_GOLDEN_DIR) + "/configure.commands")),
-                    "configure");
+    expectSameLines(commands, linesOf(readFile(std::string(RQ7_GOLDEN_DIR) + "/configure.commands")), "configure");
     // The run saves its configuration, with the connection settings kept.
     EXPECT_NE(readFile(s.dir.file("trace.xml")).find("<Name>Connection</Name>"), std::string::npos);
 }
@@ -104,8 +103,7 @@ TEST(GtaRun, DisableSendsTheExpectedCommands) {
     auto r = s.run({"-d", "-c"});
     EXPECT_EQ(r.status, 0) << r.out << r.err;
     EXPECT_EQ(r.out, "Trace Generators were successfully disabled.\n");
-    expectSameLines(s.commands(), linesOf(readFile(std::string(RQ7_GOLDEN_DIR) + "/disable.commands")),
-                    "disable");
+    expectSameLines(s.commands(), linesOf(readFile(std::string(RQ7_GOLDEN_DIR) + "/disable.commands")), "disable");
 }
 
 // The same run on a big-endian target sends every 4-byte element with its
@@ -161,8 +159,7 @@ TEST(GtaRun, FailedConnectionEndsTheRunAbnormally) {
         auto result = runTool({"-c", dir.file("trace.xml")}, dir.path());
         EXPECT_NE(result.status, 0) << r.name;
         EXPECT_NE(result.status, 1) << r.name << ": an uncaught exception, not a normal failure";
-        EXPECT_EQ(rq7test::maskLogTimes(result.out), "- HH:MM:SS.mmm [qor.ta.gta] ERROR: " + r.text + "\n")
-            << r.name;
+        EXPECT_EQ(rq7test::maskLogTimes(result.out), "- HH:MM:SS.mmm [qor.ta.gta] ERROR: " + r.text + "\n") << r.name;
         EXPECT_NE(result.err.find(r.text), std::string::npos) << r.name << result.err;
         EXPECT_EQ(readFile(dir.file("trace.xml")), config) << r.name << ": nothing saved";
     }

@@ -1,9 +1,9 @@
 // A debug server that falls silent ends an rq7.config run as one that closes
 // the connection at the same point: same output, same status, same file.
 // Each silent run waits out the reply deadline, so these tests take a minute.
-#include "tests/support/ToolRun.h"
 #include "tests/gta/PacedServer.h"
 #include "tests/support/SimProcess.h"
+#include "tests/support/ToolRun.h"
 
 #include <string>
 

@@ -93,7 +93,8 @@ TEST(RobustRun, ReaderClosingEarlyDoesNotStopTheRun) {
     ScratchDir dir;
     const std::string path = dir.file("board.xml");
     rq7test::copyFile(EXAMPLE, path);
-    const Outcome r = runConfigure(path, [] { ::signal(SIGPIPE, SIG_DFL); }, true);
+    const Outcome r = runConfigure(
+        path, [] { ::signal(SIGPIPE, SIG_DFL); }, true);
     EXPECT_FALSE(r.firstLine.empty());
     EXPECT_EQ(r.status, 0);
     EXPECT_EQ(r.err, "");

@@ -12,10 +12,10 @@ struct Block {
     std::vector<Block> blocks;
 };
 
-inline std::string attribute(const std::string& kind, const std::string& name,
-                             const std::string& value, const std::string& extra = "") {
-    return "<" + kind + "><Name>" + name + "</Name><DefaultValue>" + value + "</DefaultValue>" +
-           extra + "</" + kind + ">";
+inline std::string attribute(const std::string& kind, const std::string& name, const std::string& value,
+                             const std::string& extra = "") {
+    return "<" + kind + "><Name>" + name + "</Name><DefaultValue>" + value + "</DefaultValue>" + extra + "</" + kind +
+           ">";
 }
 inline std::string boolAttr(const std::string& name, bool value) {
     return attribute("BoolAttribute", name, value ? "true" : "false");
@@ -29,8 +29,7 @@ inline std::string uint32Attr(const std::string& name, const std::string& value)
 inline std::string addr64Attr(const std::string& name, const std::string& value) {
     return attribute("Addr64Attribute", name, value);
 }
-inline std::string enumAttr(const std::string& name, const std::string& value,
-                            const std::string& allowed) {
+inline std::string enumAttr(const std::string& name, const std::string& value, const std::string& allowed) {
     return attribute("EnumAttribute", name, value, "<EnumValues>" + allowed + "</EnumValues>");
 }
 
@@ -42,8 +41,8 @@ inline void appendBlock(std::string& out, const Block& block) {
 }
 
 inline std::string document(const std::vector<Block>& blocks, const std::string& name = "Board") {
-    std::string out = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<QUORL><Configuration><Name>" +
-                      name + "</Name><Version>1.0</Version>\n";
+    std::string out = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<QUORL><Configuration><Name>" + name +
+                      "</Name><Version>1.0</Version>\n";
     for (const Block& b : blocks) appendBlock(out, b);
     return out + "</Configuration></QUORL>\n";
 }

@@ -4,7 +4,6 @@
 
 #include <gtest/gtest.h>
 
-
 namespace rq7test {
 namespace {
 
@@ -30,7 +29,9 @@ struct ExampleCase {
     const char* goldenSaved;  // null: the file must stay as it was
 };
 
-void PrintTo(const ExampleCase& c, std::ostream* os) { *os << c.label; }
+void PrintTo(const ExampleCase& c, std::ostream* os) {
+    *os << c.label;
+}
 
 class ExampleRun : public ::testing::TestWithParam<ExampleCase> {};
 
@@ -53,15 +54,11 @@ TEST_P(ExampleRun, MatchesRecordedTrace) {
         EXPECT_EQ(readFile(path), readFile(Example));
 }
 
-INSTANTIATE_TEST_SUITE_P(Ka7710x, ExampleRun,
-                         ::testing::Values(ExampleCase{"Configure", false,
-                                                       "ka7710x_configure.out",
-                                                       "ka7710x_saved.xml"},
-                                           ExampleCase{"Disable", true, "ka7710x_disable.out",
-                                                       nullptr}),
-                         [](const ::testing::TestParamInfo<ExampleCase>& info) {
-                             return std::string(info.param.label);
-                         });
+INSTANTIATE_TEST_SUITE_P(
+    Ka7710x, ExampleRun,
+    ::testing::Values(ExampleCase{"Configure", false, "ka7710x_configure.out", "ka7710x_saved.xml"},
+                      ExampleCase{"Disable", true, "ka7710x_disable.out", nullptr}),
+    [](const ::testing::TestParamInfo<ExampleCase>& info) { return std::string(info.param.label); });
 
 }  // namespace
 }  // namespace rq7test
@@ -85,8 +82,7 @@ TEST(ExampleGta, NoServerEndsAbnormallyAfterLogLine) {
     ToolResult r = runTool({"-c", "soc.xml"}, dir.path());
     ASSERT_FALSE(r.timedOut);
     EXPECT_EQ(r.status, -1);  // killed by the runtime, no exit status
-    EXPECT_EQ(maskLogTimes(r.out),
-              "- HH:MM:SS.mmm [qor.ta.gta] ERROR: Cannot open a connection to server\n");
+    EXPECT_EQ(maskLogTimes(r.out), "- HH:MM:SS.mmm [qor.ta.gta] ERROR: Cannot open a connection to server\n");
     EXPECT_NE(r.err.find("Cannot open a connection to server"), std::string::npos) << r.err;
     EXPECT_EQ(readFile(dir.file("soc.xml")), text);
 }

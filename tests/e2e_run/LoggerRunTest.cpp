@@ -10,56 +10,48 @@ namespace {
 
 // A NoC probe feeding a funnel through an observer, the funnel feeding an ETF.
 // The funnel's own Enable Trace is false: only the probe's chain switches it on.
-std::string chainConfig(const std::string& port = "5000",
-                        const std::string& funnelDependency = "ETF 0") {
-    Block probe{"Main NoC Probe 0",
-                {boolAttr("Enable Trace", true), stringAttr("MemSpace", "APB"),
-                 boolAttr("Enable Payload", true), addr64Attr("Module Base Address", "0x1000"),
-                 boolAttr("Enable Statistics", false), boolAttr("Enable Intrusive Mode", false),
-                 uint32Attr("Trace Port", "1"), stringAttr("Dependency", "OBS_A")},
-                {}};
-    Block observer{"OBS_A",
-                   {boolAttr("Enable Trace", false), addr64Attr("Module Base Address", "0x2000"),
-                    addr64Attr("STP Base Address", "0x3000"), stringAttr("MemSpace", "APB"),
-                    uint32Attr("SyncPeriod", "511"), uint32Attr("ATB ID", "33"),
-                    stringAttr("Dependency", "Top ARM Funnel Port 2")},
-                   {}};
+std::string chainConfig(const std::string& port = "5000", const std::string& funnelDependency = "ETF 0") {
+    Block probe{
+        "Main NoC Probe 0",
+        {boolAttr("Enable Trace", true), stringAttr("MemSpace", "APB"), boolAttr("Enable Payload", true),
+         addr64Attr("Module Base Address", "0x1000"), boolAttr("Enable Statistics", false),
+         boolAttr("Enable Intrusive Mode", false), uint32Attr("Trace Port", "1"), stringAttr("Dependency", "OBS_A")},
+        {}};
+    Block observer{
+        "OBS_A",
+        {boolAttr("Enable Trace", false), addr64Attr("Module Base Address", "0x2000"),
+         addr64Attr("STP Base Address", "0x3000"), stringAttr("MemSpace", "APB"), uint32Attr("SyncPeriod", "511"),
+         uint32Attr("ATB ID", "33"), stringAttr("Dependency", "Top ARM Funnel Port 2")},
+        {}};
     Block funnel{"Top ARM Funnel",
                  {boolAttr("Enable Trace", false), stringAttr("MemSpace", "APB"),
-                  addr64Attr("Module Base Address", "0x4000"),
-                  stringAttr("Dependency", funnelDependency)},
+                  addr64Attr("Module Base Address", "0x4000"), stringAttr("Dependency", funnelDependency)},
                  {}};
     // Port 0 has no Dependency: reported, and no failure.
-    Block port0{"Top ARM Funnel Port 0",
-                {boolAttr("Enable Port", true), uint32Attr("Port Priority", "4")},
-                {}};
-    Block port2{"Top ARM Funnel Port 2",
-                {boolAttr("Enable Port", true), uint32Attr("Port Priority", "1"),
-                 stringAttr("Dependency", "Top ARM Funnel")},
-                {}};
+    Block port0{"Top ARM Funnel Port 0", {boolAttr("Enable Port", true), uint32Attr("Port Priority", "4")}, {}};
+    Block port2{
+        "Top ARM Funnel Port 2",
+        {boolAttr("Enable Port", true), uint32Attr("Port Priority", "1"), stringAttr("Dependency", "Top ARM Funnel")},
+        {}};
     Block etf{"ETF 0",
-              {enumAttr("BufferMode", "OneBuffer", "PassThrough,OneBuffer"),
-               boolAttr("Enable Buffer", false), stringAttr("MemSpace", "APB"),
-               addr64Attr("Module Base Address", "0x5000"),
+              {enumAttr("BufferMode", "OneBuffer", "PassThrough,OneBuffer"), boolAttr("Enable Buffer", false),
+               stringAttr("MemSpace", "APB"), addr64Attr("Module Base Address", "0x5000"),
                enumAttr("TraceCollectionMode", "Overwrite", "Overwrite,StopOnFull"),
                stringAttr("Dependency", "DDR Buffer 0")},
               {}};
     // Left out for an "Internal" location; the ETF's link to it is dropped silently.
-    Block ddr{"DDR Buffer 0",
-              {boolAttr("Enable Buffer", true), stringAttr("MemSpace", "APB"),
-               addr64Attr("Module Base Address", "0x6000"),
-               addr64Attr("Trace Buffer Base Address", "0x80000000"),
-               addr64Attr("Trace Buffer Size", "0x1000"),
-               enumAttr("TraceCollectionMode", "Overwrite", "Overwrite,StopOnFull")},
-              {}};
+    Block ddr{
+        "DDR Buffer 0",
+        {boolAttr("Enable Buffer", true), stringAttr("MemSpace", "APB"), addr64Attr("Module Base Address", "0x6000"),
+         addr64Attr("Trace Buffer Base Address", "0x80000000"), addr64Attr("Trace Buffer Size", "0x1000"),
+         enumAttr("TraceCollectionMode", "Overwrite", "Overwrite,StopOnFull")},
+        {}};
     return document({
         loggerAccess(port),
         Block{"Trace Generators", {}, {Block{"NOC", {}, {Block{"MAIN", {}, {probe}}}}}},
         Block{"SoC Modules", {}, {funnel, port0, port2}},
         Block{"NoC Modules", {}, {observer}},
-        Block{"Data Streams",
-              {enumAttr("TraceLocation", "Internal", "Internal,DDR Buffer")},
-              {etf, ddr}},
+        Block{"Data Streams", {enumAttr("TraceLocation", "Internal", "Internal,DDR Buffer")}, {etf, ddr}},
     });
 }
 
@@ -77,28 +69,24 @@ std::string w(const char* address, const char* value) {
 const std::string ChainConfigureTrace =
     std::string(MissingPortDependency) +
     // reset: probe, observer, (port), funnel, ETF
-    w("0x100c", "0x00000000") + w("0x1008", "0x00000000") +
-    w("0x200c", "0x00000000") + w("0x2008", "0x00000000") + w("0x3008", "0x00000000") +
-    w("0x300c", "0x00000000") +
-    w("0x4000", "0x00000300") + w("0x4004", "0x00fac688") +
+    w("0x100c", "0x00000000") + w("0x1008", "0x00000000") + w("0x200c", "0x00000000") + w("0x2008", "0x00000000") +
+    w("0x3008", "0x00000000") + w("0x300c", "0x00000000") + w("0x4000", "0x00000300") + w("0x4004", "0x00fac688") +
     w("0x5020", "0x00000000") +
     // ETF as internal circular buffer
-    w("0x5fb0", "0xc5acce55") + w("0x5020", "0x00000000") + w("0x5308", "0x0000001b") +
-    w("0x5304", "0x00001003") + w("0x5028", "0x00000000") + w("0x5020", "0x00000001") +
+    w("0x5fb0", "0xc5acce55") + w("0x5020", "0x00000000") + w("0x5308", "0x0000001b") + w("0x5304", "0x00001003") +
+    w("0x5028", "0x00000000") + w("0x5020", "0x00000001") +
     // funnel: ports 0 and 2 open, priorities 4 and 1
     w("0x4fb0", "0xc5acce55") + w("0x4000", "0x00000305") + w("0x4004", "0x00000044") +
     // observer: sync period cut to 8 bits, ATB ID 0x21
-    w("0x200c", "0x00000000") + w("0x300c", "0x00000000") + w("0x3008", "0x000000ff") +
-    w("0x2008", "0x00000021") + w("0x300c", "0x00000001") + w("0x200c", "0x00000001") +
+    w("0x200c", "0x00000000") + w("0x300c", "0x00000000") + w("0x3008", "0x000000ff") + w("0x2008", "0x00000021") +
+    w("0x300c", "0x00000001") + w("0x200c", "0x00000001") +
     // probe: payload on, trace port 1
-    w("0x100c", "0x00000000") + w("0x1008", "0x00000000") + w("0x1008", "0x00000006") +
-    w("0x1010", "0x00000001") + w("0x1014", "0x0000ffff") + w("0x100c", "0x00000001") +
-    "Configuration finished successfully.\n";
+    w("0x100c", "0x00000000") + w("0x1008", "0x00000000") + w("0x1008", "0x00000006") + w("0x1010", "0x00000001") +
+    w("0x1014", "0x0000ffff") + w("0x100c", "0x00000001") + "Configuration finished successfully.\n";
 
 // Not forced: only the probe itself is stopped.
-const std::string ChainDisableTrace = std::string(MissingPortDependency) +
-                                      w("0x1008", "0x00000000") + w("0x100c", "0x00000000") +
-                                      "Trace Generators were successfully disabled.\n";
+const std::string ChainDisableTrace = std::string(MissingPortDependency) + w("0x1008", "0x00000000") +
+                                      w("0x100c", "0x00000000") + "Trace Generators were successfully disabled.\n";
 
 struct LoggerCase {
     const char* label;
@@ -110,7 +98,9 @@ struct LoggerCase {
     bool saved;  // the file was written back
 };
 
-void PrintTo(const LoggerCase& c, std::ostream* os) { *os << c.label; }
+void PrintTo(const LoggerCase& c, std::ostream* os) {
+    *os << c.label;
+}
 
 // The agent code reports each request that could not go out on stderr.
 const std::string BrokenPipe =

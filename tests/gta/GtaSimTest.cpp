@@ -42,9 +42,9 @@ struct Fixture : ::testing::Test {
         std::ofstream(blob, std::ios::binary) << std::string(4094, '\0') << "\x11\x22\x33\x44";  // 4098 bytes
         std::ofstream(image) << "# test image\nAPB 0x1000 0x12345678\nAPB 0x1008 0xAB 1\nDDR 0x0 0x0102030405060708 8\n"
                              << "DDR 0x10000 @" << blob.substr(blob.rfind('/') + 1) << "  # code\n";
-        sim.reset(new rq7test::SimProcess(GTA_SIM_PROGRAM, {"--image", image, "--log", log, "--clear-on-write",
-                                                            "AXI:0x3004:0x41", "--clear-on-write", "AXI:0x3008:0x1",
-                                                            "--read-fifo", "AXI:0x4000:" + blob}));
+        sim.reset(new rq7test::SimProcess(
+            GTA_SIM_PROGRAM, {"--image", image, "--log", log, "--clear-on-write", "AXI:0x3004:0x41", "--clear-on-write",
+                              "AXI:0x3008:0x1", "--read-fifo", "AXI:0x4000:" + blob}));
         ASSERT_NE(sim->port(), 0u) << sim->firstLine;
     }
     void TearDown() override {
@@ -86,8 +86,8 @@ TEST_F(GtaSim, AnswersTheCommandVocabulary) {
         {"mem write :c:d:x 0x2000 4 AXI beef", "E06"},  // not a whole element
         {"mem read :c:d:x 0x2000 3 AXI 1", "E04"},
         {"mem read :c:d:x 0x2000 4 NOPE 1", "E05"},
-        {"mem read :c:d:x 0x10ffe 2 DDR 2", hexEncode(hexEncode("\x11\x22\x33\x44"))},  // file bytes across pages
-        {"mem read :c:d:x 0x11002 1 DDR 1", hexEncode(hexEncode(std::string(1, '\0')))},   // past the file's end
+        {"mem read :c:d:x 0x10ffe 2 DDR 2", hexEncode(hexEncode("\x11\x22\x33\x44"))},    // file bytes across pages
+        {"mem read :c:d:x 0x11002 1 DDR 1", hexEncode(hexEncode(std::string(1, '\0')))},  // past the file's end
         // Clear-on-write: only the masked bits of that register drop back.
         {"mem write :c:d:x 0x3004 4 AXI c3000000", "OK"},
         {"mem read :c:d:x 0x3004 4 AXI 1", hexEncode(hexEncode(std::string("\x82\0\0\0", 4)))},
@@ -130,9 +130,9 @@ TEST_F(GtaSim, SurvivesBadPacketsAndAbruptDisconnects) {
     const std::vector<std::string> abuse = {
         "garbage without any frame",
         rq7test::packet("qRcmd," + hexEncode("ctx connect")).replace(1, 1, "x"),  // bad checksum
-        rq7test::packet("qRcmd,zz"),  // not hex
-        "$qRcmd," + std::string(5000, 'a'),  // cut off inside a packet
-        "$vCont?#49",                         // not a monitor command
+        rq7test::packet("qRcmd,zz"),                                              // not hex
+        "$qRcmd," + std::string(5000, 'a'),                                       // cut off inside a packet
+        "$vCont?#49",                                                             // not a monitor command
         std::string(3, '\0') + "+-+-",
     };
     for (const auto& bytes : abuse) sendAndDrop(sim->port(), bytes);

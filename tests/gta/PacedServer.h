@@ -102,8 +102,10 @@ private:
                         return;
                     }
                 }
-                if (!cutDone) forward += c;
-                else if (c == '#') ::send(peer.fd, "+", 1, MSG_NOSIGNAL);  // acknowledged, never answered
+                if (!cutDone)
+                    forward += c;
+                else if (c == '#')
+                    ::send(peer.fd, "+", 1, MSG_NOSIGNAL);  // acknowledged, never answered
             }
             if (!cutDone) ::send(up, forward.data(), forward.size(), MSG_NOSIGNAL);
         }

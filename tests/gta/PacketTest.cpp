@@ -21,10 +21,10 @@ TEST(GtaBuffer, GrowthDoublesUpToTheLimit) {
         uint64_t newCapacity;
     };
     const std::vector<Row> rows = {
-        {0, 0, 10, GTA_OK, 16},           // created with the default capacity
-        {16, 0, 17, GTA_OK, 32},          // doubled
-        {16, 0, 100, GTA_OK, 100},        // the need wins over doubling
-        {16, 24, 20, GTA_OK, 24},         // doubling capped by the limit
+        {0, 0, 10, GTA_OK, 16},     // created with the default capacity
+        {16, 0, 17, GTA_OK, 32},    // doubled
+        {16, 0, 100, GTA_OK, 100},  // the need wins over doubling
+        {16, 24, 20, GTA_OK, 24},   // doubling capped by the limit
         {16, 24, 25, GTA_ERR_BUFFER_LIMIT, 16},
         {16, 0, 0x100000000ull, GTA_ERR_BUFFER_LIMIT, 16},  // 0 means 0xFFFFFFFF
     };
@@ -60,9 +60,9 @@ TEST(GtaPacket, Classification) {
         int32_t errorCode;
     };
     const std::vector<Row> rows = {
-        {"OK", GTA_PACKET_OK, -1},       {"E07", GTA_PACKET_ERROR, 7},  {"E99", GTA_PACKET_ERROR, 99},
-        {"E7", GTA_PACKET_DATA, -1},     {"E0x", GTA_PACKET_DATA, -1},  {"OKK", GTA_PACKET_DATA, -1},
-        {"ok", GTA_PACKET_DATA, -1},     {"", GTA_PACKET_DATA, -1},     {"E070", GTA_PACKET_DATA, -1},
+        {"OK", GTA_PACKET_OK, -1},   {"E07", GTA_PACKET_ERROR, 7}, {"E99", GTA_PACKET_ERROR, 99},
+        {"E7", GTA_PACKET_DATA, -1}, {"E0x", GTA_PACKET_DATA, -1}, {"OKK", GTA_PACKET_DATA, -1},
+        {"ok", GTA_PACKET_DATA, -1}, {"", GTA_PACKET_DATA, -1},    {"E070", GTA_PACKET_DATA, -1},
     };
     for (const auto& r : rows) {
         GtaPacket* p = nullptr;
@@ -79,10 +79,10 @@ TEST(GtaPacket, Classification) {
 TEST(GtaUrl, ParsingAndTransportSelection) {
     struct Row {
         const char* url;
-        int32_t parse;        // gta_url_parse
-        const char* host;     // when parsed
+        int32_t parse;     // gta_url_parse
+        const char* host;  // when parsed
         const char* port;
-        int32_t transport;    // gta_transport_create (tcp to a closed port fails to connect)
+        int32_t transport;  // gta_transport_create (tcp to a closed port fails to connect)
     };
     const std::vector<Row> rows = {
         {"memory", GTA_OK, nullptr, nullptr, GTA_OK},
@@ -135,8 +135,7 @@ TEST(GtaEncoding, PacketBuilding) {
         ASSERT_EQ(gta_packet_begin(s), GTA_OK);
         ASSERT_EQ(gta_packet_append(s, r.data.data(), r.data.size(), r.encoding), GTA_OK);
         ASSERT_EQ(gta_packet_end(s), GTA_OK);
-        EXPECT_EQ(std::string(reinterpret_cast<char*>(s->command->data), s->command->size), r.packet)
-            << r.data;
+        EXPECT_EQ(std::string(reinterpret_cast<char*>(s->command->data), s->command->size), r.packet) << r.data;
         gta_close(s);
     }
 }
@@ -281,8 +280,7 @@ const std::vector<ExchangeRow> EXCHANGE_ROWS = {
     {"error reply", 0, "+$E07#ac", GTA_ERR_COMMAND, PING + "+"},
     {"other data", 0, "+$xyz#6b", GTA_ERR_COMMAND, PING + "+"},
     {"noise before reply", 0, "+" + std::string(GTA_NOISE_LIMIT, '\n') + "$OK#9a", GTA_OK, PING + "+"},
-    {"noise over the limit", 0, "+" + std::string(GTA_NOISE_LIMIT + 1, '\n') + "$OK#9a",
-     GTA_ERR_BAD_PACKET, PING},
+    {"noise over the limit", 0, "+" + std::string(GTA_NOISE_LIMIT + 1, '\n') + "$OK#9a", GTA_ERR_BAD_PACKET, PING},
 };
 
 TEST(GtaExchange, ExecOkOverSocket) {

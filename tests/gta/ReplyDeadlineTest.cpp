@@ -16,9 +16,7 @@ const std::string OK_PACKET = packet("OK");
 // A session on `server` that waits for ever at the transport: only the reply
 // deadline bounds a wait.
 struct Session {
-    explicit Session(const PacedServer& server) {
-        EXPECT_EQ(gta_open(server.peer.url().c_str(), &session), GTA_OK);
-    }
+    explicit Session(const PacedServer& server) { EXPECT_EQ(gta_open(server.peer.url().c_str(), &session), GTA_OK); }
     ~Session() { gta_close(session); }
     GtaSession* session = nullptr;
 };

@@ -46,8 +46,7 @@ TEST(GtaContext, CloneIsDeepAndEqual) {
     GtaContext* a = nullptr;
     ASSERT_EQ(gta_context_create("C", "D", 1, "X", &a), GTA_OK);
     for (int i = 0; i < 10; ++i)  // past the initial capacity of the list
-        ASSERT_EQ(gta_context_add_property(a, GTA_CONTEXT_DEVICE, ("k" + std::to_string(i)).c_str(), "v"),
-                  GTA_OK);
+        ASSERT_EQ(gta_context_add_property(a, GTA_CONTEXT_DEVICE, ("k" + std::to_string(i)).c_str(), "v"), GTA_OK);
     GtaContext* b = nullptr;
     ASSERT_EQ(a->ops->clone(a, &b), GTA_OK);
     EXPECT_EQ(a->ops->equals(a, b), 1);
@@ -78,10 +77,9 @@ TEST_F(GtaConnect, SetsCurrentThenPropertiesThenConnects) {
     gta_context_add_property(context, GTA_CONTEXT_MEMORY, "cache", "off");
     t.peer.send(ACKED_OK + ACKED_OK + ACKED_OK + ACKED_OK);
     EXPECT_EQ(gta_context_connect(t.session, context), GTA_OK);
-    EXPECT_EQ(t.peer.received(), command("ctx set current :C:D:X") + "+" +
-                                     command("ctx id :C:D set prop speed fast") + "+" +
-                                     command("ctx id :C:D:X set prop cache off") + "+" +
-                                     command("ctx connect") + "+");
+    EXPECT_EQ(t.peer.received(), command("ctx set current :C:D:X") + "+" + command("ctx id :C:D set prop speed fast") +
+                                     "+" + command("ctx id :C:D:X set prop cache off") + "+" + command("ctx connect") +
+                                     "+");
 }
 
 TEST_F(GtaConnect, StopsAtTheFirstRefusal) {
@@ -134,13 +132,12 @@ TEST_F(GtaMemory, ReadRepliesAreCheckedAndDecoded) {
         rq7test::TcpSession s;
         s.peer.send("+" + packet(r.reply));
         uint8_t buffer[16] = {};
-        EXPECT_EQ(gta_mem_read(s.session, context, 0x1000, "APB", r.width, r.count, buffer), r.status)
-            << r.name;
+        EXPECT_EQ(gta_mem_read(s.session, context, 0x1000, "APB", r.width, r.count, buffer), r.status) << r.name;
         if (r.status == GTA_OK) {
             EXPECT_EQ(std::string(reinterpret_cast<char*>(buffer), r.bytes.size()), r.bytes);
         }
-        const std::string text = "mem read :C:D:X 0x1000 " + std::to_string(r.width) + " APB " +
-                                 std::to_string(r.count);
+        const std::string text =
+            "mem read :C:D:X 0x1000 " + std::to_string(r.width) + " APB " + std::to_string(r.count);
         EXPECT_EQ(s.peer.received(), command(text) + "+") << r.name;
     }
 }

@@ -2,8 +2,8 @@
 // each access, its byte order handling, and how connection failures end.
 #include "target.access/ExtAddress.h"
 #include "target.access/TaProcessGTA.h"
-#include "tests/support/StdoutCapture.h"
 #include "tests/support/GtaPeer.h"
+#include "tests/support/StdoutCapture.h"
 #include "tools/gta-sim/GtaSim.h"
 
 #include <boost/shared_ptr.hpp>
@@ -59,8 +59,8 @@ public:
         thread.join();
     }
     std::unique_ptr<TaProcessGTA> connect(const std::string& endianness) {
-        auto p = std::unique_ptr<TaProcessGTA>(new TaProcessGTA(
-            "127.0.0.1", server->port(), "ka7710x-evb", "KA7710X", "Cluster 0 Core 0", "APB", endianness));
+        auto p = std::unique_ptr<TaProcessGTA>(new TaProcessGTA("127.0.0.1", server->port(), "ka7710x-evb", "KA7710X",
+                                                                "Cluster 0 Core 0", "APB", endianness));
         server->clearCommands();
         return p;
     }
@@ -77,8 +77,8 @@ std::string mem(const std::string& verb, const std::string& rest) {
 TEST(TaProcessGTA, ConnectsAndLoadsMemorySpaces) {
     Sim sim;
     ExtAddress::memorySpaceIds.clear();
-    TaProcessGTA process("127.0.0.1", sim.server->port(), "ka7710x-evb", "KA7710X", "Cluster 0 Core 0",
-                         "APB", "little");
+    TaProcessGTA process("127.0.0.1", sim.server->port(), "ka7710x-evb", "KA7710X", "Cluster 0 Core 0", "APB",
+                         "little");
     EXPECT_EQ(sim.commands(), (Strings{std::string("ctx set current ") + CONTEXT, "ctx connect", "mem list-ms"}));
     EXPECT_EQ(ExtAddress::memorySpaceIds, (Strings{"APB", "AXI"}));
     EXPECT_EQ(process.accessType(), 2u);
@@ -116,11 +116,23 @@ TEST(TaProcessGTA, WritesByWidthAndByteOrder) {
         {"other text is not big", "Big", 4, bytesOf(&word, 4), 1, {mem("write", "0x1000 4 APB 44332211")}},
         {"big half-words", "big", 2, bytesOf(halves, 4), 2, {mem("write", "0x1000 2 APB 11223344")}},
         {"little half-words", "little", 2, bytesOf(halves, 4), 2, {mem("write", "0x1000 2 APB 22114433")}},
-        {"big double word: low word first", "big", 8, bytesOf(&dword, 8), 1,
+        {"big double word: low word first",
+         "big",
+         8,
+         bytesOf(&dword, 8),
+         1,
          {mem("write", "0x1000 4 APB 55667788"), mem("write", "0x1004 4 APB 11223344")}},
-        {"little double word", "little", 8, bytesOf(&dword, 8), 1,
+        {"little double word",
+         "little",
+         8,
+         bytesOf(&dword, 8),
+         1,
          {mem("write", "0x1000 4 APB 88776655"), mem("write", "0x1004 4 APB 44332211")}},
-        {"two double words", "little", 8, bytesOf(dwords, 16), 2,
+        {"two double words",
+         "little",
+         8,
+         bytesOf(dwords, 16),
+         2,
          {mem("write", "0x1000 4 APB 88776655"), mem("write", "0x1004 4 APB 44332211"),
           mem("write", "0x1008 4 APB 01000000"), mem("write", "0x100c 4 APB ddccbbaa")}},
         {"no double words", "little", 8, bytesOf(&dword, 8), 0, {}},
@@ -201,7 +213,9 @@ using rq7test::ScriptedPeer;
 
 const std::string OK = "+$OK#9a";
 
-std::string listReply(const std::string& text) { return "+" + rq7test::packet(rq7test::hexEncode(text)); }
+std::string listReply(const std::string& text) {
+    return "+" + rq7test::packet(rq7test::hexEncode(text));
+}
 
 TEST(TaProcessGTA, ConnectionFailuresThrowTheirText) {
     struct Row {

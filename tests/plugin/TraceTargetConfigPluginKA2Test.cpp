@@ -53,18 +53,15 @@ TEST(PluginLoad, WalksGeneratorBlocksInFixedOrderAndReadsDependencies) {
     const std::string log = testing::internal::GetCapturedStdout();
 
     EXPECT_EQ(names(t.plugin->getModuleList()),
-              (std::vector<std::string>{"PXDI 0 Probe", "Main NoC Probe 0", "Trace Probe S",
-                                        "Hidden Probe", "Debug Probe 7"}));
+              (std::vector<std::string>{"PXDI 0 Probe", "Main NoC Probe 0", "Trace Probe S", "Hidden Probe",
+                                        "Debug Probe 7"}));
     EXPECT_EQ(t.plugin->getDependencyMap(),
-              (CONFIG_KA::DependencyMap{{"Hidden Probe", "Link C"},
-                                        {"Main NoC Probe 0", "Link A"},
-                                        {"PXDI 0 Probe", "Link B"}}));
+              (CONFIG_KA::DependencyMap{
+                  {"Hidden Probe", "Link C"}, {"Main NoC Probe 0", "Link A"}, {"PXDI 0 Probe", "Link B"}}));
     // Missing Dependency is reported for generator blocks, module or not,
     // never for debug blocks.
-    EXPECT_NE(log.find("Could not find attribute Dependency in config block Core0."),
-              std::string::npos);
-    EXPECT_NE(log.find("Could not find attribute Dependency in config block Trace Probe S."),
-              std::string::npos);
+    EXPECT_NE(log.find("Could not find attribute Dependency in config block Core0."), std::string::npos);
+    EXPECT_NE(log.find("Could not find attribute Dependency in config block Trace Probe S."), std::string::npos);
     EXPECT_EQ(log.find("Debug"), std::string::npos) << log;
 }
 
@@ -75,7 +72,9 @@ struct PortCase {
     uint32_t control;
     uint32_t priorities;
 };
-void PrintTo(const PortCase& c, std::ostream* os) { *os << c.label; }
+void PrintTo(const PortCase& c, std::ostream* os) {
+    *os << c.label;
+}
 
 class FunnelPorts : public ::testing::TestWithParam<PortCase> {};
 
@@ -84,8 +83,7 @@ TEST_P(FunnelPorts, FunnelProgrammedFromItsPorts) {
     TestConfig c;
     c.generator("Main NoC Probe 0", 0x1000, true, "F ARM Funnel");
     c.funnel(BLOCK_SOC_MODULES, "F ARM Funnel", 0x4000);
-    for (const auto& p : pc.ports)
-        c.port(quorl::BLOCK_GPP_FUNNEL, std::get<0>(p), std::get<1>(p), std::get<2>(p));
+    for (const auto& p : pc.ports) c.port(quorl::BLOCK_GPP_FUNNEL, std::get<0>(p), std::get<1>(p), std::get<2>(p));
 
     PluginUnderTest t(c);
     testing::internal::CaptureStdout();
@@ -103,19 +101,18 @@ TEST_P(FunnelPorts, FunnelProgrammedFromItsPorts) {
 INSTANTIATE_TEST_SUITE_P(
     Plugin, FunnelPorts,
     ::testing::Values(
-        PortCase{"TwoPorts", {{"F ARM Funnel Port 0", true, 1}, {"F ARM Funnel Port 2", true, 4}},
-                 0x305, 0x101},
+        PortCase{"TwoPorts", {{"F ARM Funnel Port 0", true, 1}, {"F ARM Funnel Port 2", true, 4}}, 0x305, 0x101},
         PortCase{"ClosedPortKeepsPriority", {{"F ARM Funnel Port 3", false, 5}}, 0x300, 0xA00},
         PortCase{"NoPorts", {}, 0x300, 0},
         // A port beyond the eighth has nowhere to go.
         PortCase{"PortNumberTooHigh", {{"F ARM Funnel Port 9", true, 2}}, 0x300, 0},
         // A priority beyond 7 is repaired to 7 by the port itself.
         PortCase{"PriorityTooHigh", {{"F ARM Funnel Port 1", true, 9}}, 0x302, 0x38},
-        PortCase{"OtherFunnelsPort",
-                 {{"G ARM Funnel Port 0", true, 3}, {"F ARM Funnel Port 7", true, 7}}, 0x380,
-                 0xE00000},
+        PortCase{
+            "OtherFunnelsPort", {{"G ARM Funnel Port 0", true, 3}, {"F ARM Funnel Port 7", true, 7}}, 0x380, 0xE00000},
         PortCase{"LaterPortOfSameNumberWins",
-                 {{"F ARM Funnel Port 4", true, 2}, {"F ARM Funnel Port 4x", false, 6}}, 0x300,
+                 {{"F ARM Funnel Port 4", true, 2}, {"F ARM Funnel Port 4x", false, 6}},
+                 0x300,
                  0x6000}),
     [](const ::testing::TestParamInfo<PortCase>& info) { return std::string(info.param.label); });
 
@@ -136,7 +133,9 @@ struct LocationCase {
     const char* location;  // null: no TraceLocation attribute
     std::vector<std::string> sinks;
 };
-void PrintTo(const LocationCase& c, std::ostream* os) { *os << c.label; }
+void PrintTo(const LocationCase& c, std::ostream* os) {
+    *os << c.label;
+}
 
 class TraceLocationFilter : public ::testing::TestWithParam<LocationCase> {};
 
@@ -164,16 +163,15 @@ TEST_P(TraceLocationFilter, SinksBuilt) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Plugin, TraceLocationFilter,
-    ::testing::Values(LocationCase{"Internal", "Internal", {"ETF 0"}},
-                      LocationCase{"DdrBuffer", "DDR Buffer", {"DDR 0", "ETF 0", "ETF DDR"}},
-                      LocationCase{"DdrAnywhere", "xDDRx", {"DDR 0", "ETF 0", "ETF DDR"}},
-                      LocationCase{"LowerCaseDdr", "ddr", {"ETF 0"}},
-                      LocationCase{"NoLocation", nullptr, {}}),
-    [](const ::testing::TestParamInfo<LocationCase>& info) {
-        return std::string(info.param.label);
-    });
+INSTANTIATE_TEST_SUITE_P(Plugin, TraceLocationFilter,
+                         ::testing::Values(LocationCase{"Internal", "Internal", {"ETF 0"}},
+                                           LocationCase{"DdrBuffer", "DDR Buffer", {"DDR 0", "ETF 0", "ETF DDR"}},
+                                           LocationCase{"DdrAnywhere", "xDDRx", {"DDR 0", "ETF 0", "ETF DDR"}},
+                                           LocationCase{"LowerCaseDdr", "ddr", {"ETF 0"}},
+                                           LocationCase{"NoLocation", nullptr, {}}),
+                         [](const ::testing::TestParamInfo<LocationCase>& info) {
+                             return std::string(info.param.label);
+                         });
 
 TEST(PluginLoad, DependencyOnFilteredSinkIsDroppedSilently) {
     TestConfig c;
@@ -215,11 +213,11 @@ TEST(PluginLoad, DependencyCycleReportedAndBroken) {
     const std::string log = testing::internal::GetCapturedStdout();
     EXPECT_NE(log.find("Dependency cycle B ARM Funnel -> A ARM Funnel -> B ARM Funnel. The dependency of "
                        "B ARM Funnel on A ARM Funnel is ignored."),
-              std::string::npos) << log;
+              std::string::npos)
+        << log;
     EXPECT_NE(log.find("Dependency cycle C ARM Funnel -> C ARM Funnel"), std::string::npos);
     // The first link of the loop in name order stays; the closing one goes.
-    EXPECT_EQ(dependencyNames(t.plugin->getModuleMap(), "A ARM Funnel"),
-              std::vector<std::string>{"B ARM Funnel"});
+    EXPECT_EQ(dependencyNames(t.plugin->getModuleMap(), "A ARM Funnel"), std::vector<std::string>{"B ARM Funnel"});
     EXPECT_TRUE(dependencyNames(t.plugin->getModuleMap(), "B ARM Funnel").empty());
     EXPECT_TRUE(dependencyNames(t.plugin->getModuleMap(), "C ARM Funnel").empty());
 }
@@ -243,9 +241,8 @@ TEST(PluginReset, ResetsGeneratorsThenTheirDependencyClosure) {
     PluginUnderTest t(c);
     t.plugin->loadModules();
     EXPECT_TRUE(t.plugin->resetModules());
-    EXPECT_EQ(t.process->accesses,
-              concat({probeResetWrites(0x1000), probeResetWrites(0x2000),
-                      funnelResetWrites(0x4000), etfResetWrites(0x5000)}));
+    EXPECT_EQ(t.process->accesses, concat({probeResetWrites(0x1000), probeResetWrites(0x2000),
+                                           funnelResetWrites(0x4000), etfResetWrites(0x5000)}));
 }
 
 TEST(PluginReset, FailureStopsTheResetButReportsSuccess) {
@@ -256,8 +253,7 @@ TEST(PluginReset, FailureStopsTheResetButReportsSuccess) {
     testing::internal::CaptureStdout();
     EXPECT_TRUE(t.plugin->resetModules());
     const std::string log = testing::internal::GetCapturedStdout();
-    EXPECT_NE(log.find("ERROR: Unable to reset module: Error while writing CSTFCR\n"),
-              std::string::npos) << log;
+    EXPECT_NE(log.find("ERROR: Unable to reset module: Error while writing CSTFCR\n"), std::string::npos) << log;
     EXPECT_EQ(t.process->accesses.back(), Access::write(0x4000, 0x300));  // ETF not reached
 }
 
@@ -267,8 +263,8 @@ TEST(PluginConfigure, SharedChainEnabledOnceFromTheSinkUp) {
     ASSERT_TRUE(t.plugin->configure());
     const auto resets = 2 + 2 + 2 + 1;
     std::vector<Access> enables(t.process->accesses.begin() + resets, t.process->accesses.end());
-    EXPECT_EQ(enables, concat({etfEnableWrites(0x5000), funnelEnableWrites(0x4000, 0x301, 0),
-                               probeEnableWrites(0x1000), probeEnableWrites(0x2000)}));
+    EXPECT_EQ(enables, concat({etfEnableWrites(0x5000), funnelEnableWrites(0x4000, 0x301, 0), probeEnableWrites(0x1000),
+                               probeEnableWrites(0x2000)}));
     EXPECT_EQ(t.plugin->getModuleMap().at("F ARM Funnel")->getUseCount(), 2u);
     EXPECT_TRUE(t.saved());
 }
@@ -330,8 +326,8 @@ TEST(PluginReconfigure, WorksOnEarlierModulesAndLeavesStartedSinkStopped) {
     t.process->clear();
     EXPECT_TRUE(t.plugin->reconfigure());
     const std::vector<Access> expected =
-        concat({probeResetWrites(0x1000), probeResetWrites(0x2000), funnelResetWrites(0x4000),
-                etfResetWrites(0x5000), probeEnableWrites(0x1000), probeEnableWrites(0x2000)});
+        concat({probeResetWrites(0x1000), probeResetWrites(0x2000), funnelResetWrites(0x4000), etfResetWrites(0x5000),
+                probeEnableWrites(0x1000), probeEnableWrites(0x2000)});
     EXPECT_EQ(t.process->accesses, expected);
 }
 
@@ -394,11 +390,13 @@ TEST(PluginFirstGeneration, StopsForcedThenEnables) {
     EXPECT_TRUE(plugin->configureFirstGeneration());
     std::remove(path.c_str());
     // Forced stop reaches the funnel of each probe, not the ETF behind it.
-    EXPECT_EQ(process->accesses,
-              concat({probeDisableWrites(0x1000), {Access::write(0x4000, 0x300)},
-                      probeDisableWrites(0x2000), {Access::write(0x4000, 0x300)},
-                      etfEnableWrites(0x5000), funnelEnableWrites(0x4000, 0x301, 0),
-                      probeEnableWrites(0x1000)}));
+    EXPECT_EQ(process->accesses, concat({probeDisableWrites(0x1000),
+                                         {Access::write(0x4000, 0x300)},
+                                         probeDisableWrites(0x2000),
+                                         {Access::write(0x4000, 0x300)},
+                                         etfEnableWrites(0x5000),
+                                         funnelEnableWrites(0x4000, 0x301, 0),
+                                         probeEnableWrites(0x1000)}));
 }
 
 }  // namespace

@@ -110,7 +110,9 @@ private:
 };
 
 // Script steps for a ScriptedServer.
-inline void sendRaw(int fd, const Bytes& b) { ::send(fd, b.data(), b.size(), MSG_NOSIGNAL); }
+inline void sendRaw(int fd, const Bytes& b) {
+    ::send(fd, b.data(), b.size(), MSG_NOSIGNAL);
+}
 // Reads one request and drops it.
 inline void readRequest(int fd) {
     agent_message* m = nullptr;
@@ -123,8 +125,7 @@ const Bytes GREETING = {0, 0, 0, 2, 5, 0};
 // A failure status with `message` and the byte counted behind it.
 inline Bytes failureStatus(const std::string& message) {
     uint32_t length = uint32_t(message.size() + 3);
-    Bytes b = {uint8_t(length >> 24), uint8_t(length >> 16), uint8_t(length >> 8), uint8_t(length),
-               5, 1};
+    Bytes b = {uint8_t(length >> 24), uint8_t(length >> 16), uint8_t(length >> 8), uint8_t(length), 5, 1};
     return b + Bytes(message.begin(), message.end()) + Bytes{0};
 }
 

@@ -36,7 +36,9 @@ class StubBlock : public quorl::ConfigBlock {
 public:
     StubBlock(std::string name, std::string qualified, quorl::ConfigAttributeVectorPtr attributes,
               quorl::ConfigBlockVectorPtr blocks)
-        : name_(std::move(name)), qualified_(std::move(qualified)), attributes_(std::move(attributes)),
+        : name_(std::move(name)),
+          qualified_(std::move(qualified)),
+          attributes_(std::move(attributes)),
           blocks_(std::move(blocks)) {}
     quorl::ConfigBlockPtr clone() const override { return quorl::ConfigBlockPtr(); }
     std::string getName() const override { return name_; }

@@ -41,7 +41,9 @@ inline std::string packet(const std::string& payload) {
     return "$" + payload + "#" + cs;
 }
 
-inline std::string command(const std::string& text) { return packet("qRcmd," + hexEncode(text)); }
+inline std::string command(const std::string& text) {
+    return packet("qRcmd," + hexEncode(text));
+}
 
 inline std::string replyText(const GtaPacket* p) {
     return std::string(reinterpret_cast<const char*>(p->buffer.data), p->buffer.size);

@@ -109,7 +109,9 @@ inline Output captureOutput(const std::function<void()>& body) {
 }
 
 // The memory spaces of the fake target; modules in the tests use "APB".
-inline void useTestMemorySpaces() { quorl::ExtAddress::memorySpaceIds = {"APB", "AXI"}; }
+inline void useTestMemorySpaces() {
+    quorl::ExtAddress::memorySpaceIds = {"APB", "AXI"};
+}
 
 // Builds a Module from the block of `spec`, named as the block, with any
 // further constructor arguments.
@@ -155,10 +157,18 @@ enum class Op { Configure, EnableModule, Reset, Disable };
 
 inline void run(quorl::ConfigurationModule& module, Op op, boost::shared_ptr<RecordingTaProcess> fake) {
     switch (op) {
-        case Op::Configure: EXPECT_TRUE(module.configure(fake)); break;
-        case Op::EnableModule: EXPECT_TRUE(module.enableModule(fake)); break;
-        case Op::Reset: EXPECT_TRUE(module.reset(fake)); break;
-        case Op::Disable: EXPECT_TRUE(module.disable(fake)); break;
+        case Op::Configure:
+            EXPECT_TRUE(module.configure(fake));
+            break;
+        case Op::EnableModule:
+            EXPECT_TRUE(module.enableModule(fake));
+            break;
+        case Op::Reset:
+            EXPECT_TRUE(module.reset(fake));
+            break;
+        case Op::Disable:
+            EXPECT_TRUE(module.disable(fake));
+            break;
     }
 }
 
@@ -182,7 +192,11 @@ inline void checkSequences(const std::vector<SequenceCase>& rows, uint32_t modul
     }
 }
 
-inline Access w(uint64_t address, uint64_t value) { return Access::write(address, value, 4, "APB"); }
-inline Access r(uint64_t address, uint64_t value) { return Access::read(address, value, 4, "APB"); }
+inline Access w(uint64_t address, uint64_t value) {
+    return Access::write(address, value, 4, "APB");
+}
+inline Access r(uint64_t address, uint64_t value) {
+    return Access::read(address, value, 4, "APB");
+}
 
 }  // namespace rq7test

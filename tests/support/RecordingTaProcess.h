@@ -34,8 +34,7 @@ struct Access {
     std::string memorySpace;
     std::string name;
 
-    static Access write(uint64_t address, uint64_t value, uint64_t width = 4,
-                        std::string memorySpace = std::string()) {
+    static Access write(uint64_t address, uint64_t value, uint64_t width = 4, std::string memorySpace = std::string()) {
         Access a;
         a.kind = AccessKind::Write;
         a.address = address;
@@ -80,9 +79,9 @@ inline quorl::Exception thrownBy(const std::function<void()>& f) {
 }
 
 enum class Failure {
-    ReturnFalse,      // the process reports an access it did not do
-    ThrowException,   // quorl::Exception, as the agent process raises
-    ThrowRuntimeError // std::runtime_error, as the GTA process raises
+    ReturnFalse,       // the process reports an access it did not do
+    ThrowException,    // quorl::Exception, as the agent process raises
+    ThrowRuntimeError  // std::runtime_error, as the GTA process raises
 };
 
 class RecordingTaProcess : public quorl::TaProcess {
@@ -94,38 +93,30 @@ public:
     // The access with this 0-based call index fails (it is still recorded).
     void failAtIndex(size_t index, Failure how) { failIndex[index] = how; }
     // Every access of this kind to this address fails.
-    void failAtAddress(uint64_t address, AccessKind kind, Failure how) {
-        failAddress[{address, kind}] = how;
-    }
+    void failAtAddress(uint64_t address, AccessKind kind, Failure how) { failAddress[{address, kind}] = how; }
     void setAccessType(unsigned int t) { type = t; }
 
     void clear() { accesses.clear(); }
 
-    bool writeMemory(const quorl::ExtAddress& where, uint64_t width, uint32_t count,
-                     void* source) override {
-        Access a = Access::write(where.address, firstElement(source, width), width,
-                                 where.memorySpace);
+    bool writeMemory(const quorl::ExtAddress& where, uint64_t width, uint32_t count, void* source) override {
+        Access a = Access::write(where.address, firstElement(source, width), width, where.memorySpace);
         a.count = count;
         return record(a);
     }
-    bool readMemory(const quorl::ExtAddress& where, uint64_t width, uint32_t count,
-                    void* destination) override {
+    bool readMemory(const quorl::ExtAddress& where, uint64_t width, uint32_t count, void* destination) override {
         return doRead(AccessKind::Read, where, width, count, destination);
     }
-    bool readMemoryPiped(const quorl::ExtAddress& where, uint64_t width, uint32_t count,
-                         void* destination) override {
+    bool readMemoryPiped(const quorl::ExtAddress& where, uint64_t width, uint32_t count, void* destination) override {
         return doRead(AccessKind::ReadPiped, where, width, count, destination);
     }
-    bool writeRegister(const std::string& name, uint64_t width, uint32_t count,
-                       void* source) override {
+    bool writeRegister(const std::string& name, uint64_t width, uint32_t count, void* source) override {
         Access a = Access::write(0, firstElement(source, width), width);
         a.kind = AccessKind::WriteRegister;
         a.name = name;
         a.count = count;
         return record(a);
     }
-    bool readRegister(const std::string& name, uint64_t width, uint32_t count,
-                      uint64_t* destination) override {
+    bool readRegister(const std::string& name, uint64_t width, uint32_t count, uint64_t* destination) override {
         Access a = Access::read(0, 0, width);
         a.kind = AccessKind::ReadRegister;
         a.name = name;
@@ -143,8 +134,7 @@ private:
         return v;
     }
 
-    bool doRead(AccessKind kind, const quorl::ExtAddress& where, uint64_t width, uint32_t count,
-                void* destination) {
+    bool doRead(AccessKind kind, const quorl::ExtAddress& where, uint64_t width, uint32_t count, void* destination) {
         auto it = values.find(where.address);
         uint64_t v = it == values.end() ? 0 : it->second;
         Access a = Access::read(where.address, v, width, where.memorySpace);
@@ -165,10 +155,12 @@ private:
         if (!how && j != failAddress.end()) how = &j->second;
         if (!how) return true;
         switch (*how) {
-            case Failure::ReturnFalse: return false;
+            case Failure::ReturnFalse:
+                return false;
             case Failure::ThrowException:
                 throw quorl::Exception("RecordingTaProcess", 0, "injected failure");
-            case Failure::ThrowRuntimeError: throw std::runtime_error("injected failure");
+            case Failure::ThrowRuntimeError:
+                throw std::runtime_error("injected failure");
         }
         return false;
     }

@@ -13,16 +13,14 @@
 #include <stdexcept>
 #include <thread>
 
-
 namespace rq7test {
 
-ToolResult runTool(const std::vector<std::string>& args, const std::string& workDir,
-                   int limitSeconds) {
+ToolResult runTool(const std::vector<std::string>& args, const std::string& workDir, int limitSeconds) {
     return runProgram(RQ7_CONFIG_BINARY, args, workDir, limitSeconds);
 }
 
-ToolResult runProgram(const std::string& program, const std::vector<std::string>& args,
-                      const std::string& workDir, int limitSeconds) {
+ToolResult runProgram(const std::string& program, const std::vector<std::string>& args, const std::string& workDir,
+                      int limitSeconds) {
     const std::string outPath = workDir + "/.stdout";
     const std::string errPath = workDir + "/.stderr";
     ToolResult result;

@@ -9,18 +9,17 @@
 namespace rq7test {
 
 struct ToolResult {
-    int status = -1;       // exit status; -1 if the run did not end normally
-    bool timedOut = false; // the run was killed after the time limit
-    std::string out;       // stdout
-    std::string err;       // stderr
+    int status = -1;        // exit status; -1 if the run did not end normally
+    bool timedOut = false;  // the run was killed after the time limit
+    std::string out;        // stdout
+    std::string err;        // stderr
 };
 
 // Runs the tool with `args`; a run longer than `limitSeconds` is killed.
-ToolResult runTool(const std::vector<std::string>& args, const std::string& workDir,
-                   int limitSeconds = 60);
+ToolResult runTool(const std::vector<std::string>& args, const std::string& workDir, int limitSeconds = 60);
 // The same for any program.
-ToolResult runProgram(const std::string& program, const std::vector<std::string>& args,
-                      const std::string& workDir, int limitSeconds = 60);
+ToolResult runProgram(const std::string& program, const std::vector<std::string>& args, const std::string& workDir,
+                      int limitSeconds = 60);
 
 // "- 14:03:22.125 [" becomes "- HH:MM:SS.mmm [" at the start of every line.
 std::string maskLogTimes(const std::string& text);

@@ -3,8 +3,8 @@
 #include "target.access/quorl/register.h"
 #include "target.access/server/DummyServer.h"
 
-#include <boost/make_shared.hpp>
 #include <gtest/gtest.h>
+#include <boost/make_shared.hpp>
 
 namespace {
 
@@ -16,8 +16,7 @@ TEST(LoggerPort, RunsEndAndReleaseThePort) {
         quorl::resetAgentConnection();
         quorl::DummyServer server;
         ASSERT_EQ(server.getPort(), 5000);
-        boost::shared_ptr<quorl::TaProcess> process =
-            boost::make_shared<quorl::TaProcessLTA>("127.0.0.1", 5000);
+        boost::shared_ptr<quorl::TaProcess> process = boost::make_shared<quorl::TaProcessLTA>("127.0.0.1", 5000);
         ASSERT_TRUE(server.run());
         quorl::Register<unsigned int> reg(0x80010FB0, "", "ETM_TRCLAR", 0xC5ACCE55);
         testing::internal::CaptureStdout();

@@ -3,8 +3,8 @@
 #include "app/base/Exception.h"
 #include "tests/support/RecordingTaProcess.h"
 
-#include <boost/make_shared.hpp>
 #include <gtest/gtest.h>
+#include <boost/make_shared.hpp>
 
 #include <functional>
 
@@ -84,13 +84,11 @@ TEST(Register, ResetWritesOnlyWhenThereIsAResetValue) {
     without.reset(fake);
     with.reset(fake);
     zero.reset(fake);
-    EXPECT_EQ(fake->accesses, (std::vector<Access>{Access::write(0x14, 0xFFFF0000u),
-                                                    Access::write(0x18, 0)}));
+    EXPECT_EQ(fake->accesses, (std::vector<Access>{Access::write(0x14, 0xFFFF0000u), Access::write(0x18, 0)}));
 }
 
 template <typename T>
-void expectLayout(const RegisterManager<T>& m, uint64_t base, size_t count,
-                  const std::string& prefix) {
+void expectLayout(const RegisterManager<T>& m, uint64_t base, size_t count, const std::string& prefix) {
     ASSERT_EQ(m.registers.size(), count);
     ASSERT_EQ(m.used.size(), count);
     for (size_t i = 0; i < count; ++i) {
@@ -113,9 +111,9 @@ TEST(RegisterManager, BuildsConsecutiveNamedRegisters) {
     // Resetting each member writes 0 at its own address.
     auto fake = boost::make_shared<RecordingTaProcess>();
     for (auto& r : ssc.registers) r->reset(fake);
-    EXPECT_EQ(fake->accesses, (std::vector<Access>{Access::write(0x2000, 0, 4, "APB"),
-                                                    Access::write(0x2004, 0, 4, "APB"),
-                                                    Access::write(0x2008, 0, 4, "APB")}));
+    EXPECT_EQ(fake->accesses,
+              (std::vector<Access>{Access::write(0x2000, 0, 4, "APB"), Access::write(0x2004, 0, 4, "APB"),
+                                   Access::write(0x2008, 0, 4, "APB")}));
 }
 
 // Shrinking keeps the in-use marks of the registers that remain; growing is refused.

@@ -6,11 +6,11 @@
 #include "target.access/ExtAddress.h"
 #include "target.access/quorl/register.h"
 #include "target.access/server/DummyServer.h"
-#include "tests/support/RecordingTaProcess.h"
 #include "tests/support/AgentWire.h"
+#include "tests/support/RecordingTaProcess.h"
 
-#include <boost/make_shared.hpp>
 #include <gtest/gtest.h>
+#include <boost/make_shared.hpp>
 
 #include <functional>
 
@@ -105,24 +105,21 @@ TEST_F(TaProcessLTATest, FailuresAndTheirTexts) {
     };
     const Bytes readReply = hex("00000013 00 00 02 0000000000001000 00000000cafef00d");
     const Case cases[] = {
-        {"server refuses the write", GREETING, failureStatus("Invalid data length"), false,
-         "Invalid data length", true, 0},
-        {"status text is not a format", GREETING, failureStatus("100%s %n done"), false,
-         "100%s %n done", true, 0},
+        {"server refuses the write", GREETING, failureStatus("Invalid data length"), false, "Invalid data length", true,
+         0},
+        {"status text is not a format", GREETING, failureStatus("100%s %n done"), false, "100%s %n done", true, 0},
         {"server leaves", GREETING, {}, false, "Failed to receive a message from server", false, 0},
-        {"answer of the wrong type", GREETING, readReply, false, "Unexpected type of message : 0",
-         true, 0},
+        {"answer of the wrong type", GREETING, readReply, false, "Unexpected type of message : 0", true, 0},
         {"read refused after its reply: the reply's value is kept", GREETING,
-         readReply + failureStatus("Register read failure"), true, "Register read failure", true,
-         0xCAFEF00D},
-        {"read refused without a reply", GREETING, failureStatus("Invalid data length"), true,
-         "Invalid data length", true, 0},
+         readReply + failureStatus("Register read failure"), true, "Register read failure", true, 0xCAFEF00D},
+        {"read refused without a reply", GREETING, failureStatus("Invalid data length"), true, "Invalid data length",
+         true, 0},
         {"reply too short for its type", GREETING, hex("00000003 00 00 02"), true,
          "Failed to interpret message from network", true, 0},
-        {"reply with an absurd length", GREETING, hex("7fffffff 00"), true,
-         "Failed to receive a message from server", false, 0},
-        {"greeting refused: the connection is down but stays open", failureStatus("busy"),
-         failureStatus("still busy"), false, "still busy", false, 0},
+        {"reply with an absurd length", GREETING, hex("7fffffff 00"), true, "Failed to receive a message from server",
+         false, 0},
+        {"greeting refused: the connection is down but stays open", failureStatus("busy"), failureStatus("still busy"),
+         false, "still busy", false, 0},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
@@ -142,8 +139,8 @@ TEST_F(TaProcessLTATest, FailuresAndTheirTexts) {
                 process.writeMemory(ExtAddress(0x1000, ""), 4, 1, &value);
         });
         testing::internal::GetCapturedStderr();
-        EXPECT_EQ(e.getMessage(), std::string(c.read ? "Cannot read" : "Cannot write") +
-                                      " address 1000 with memory space ");
+        EXPECT_EQ(e.getMessage(),
+                  std::string(c.read ? "Cannot read" : "Cannot write") + " address 1000 with memory space ");
         EXPECT_EQ(e.getLine(), c.read ? 97u : 72u);
         EXPECT_EQ(quorl::getLastError(), c.lastError);
         // A failed send or receive marks the connection down, and the
@@ -254,8 +251,7 @@ TEST_F(TaProcessLTATest, RegistersByName) {
         const char* message;
         uint32_t line;
     };
-    const Case cases[] = {{false, "Cannot write register CTRL", 144},
-                          {true, "Cannot read register CTRL", 118}};
+    const Case cases[] = {{false, "Cannot write register CTRL", 144}, {true, "Cannot read register CTRL", 118}};
     for (const Case& c : cases) {
         quorl::resetAgentConnection();
         ScriptedServer peer([](int fd) {

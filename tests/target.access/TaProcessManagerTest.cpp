@@ -5,8 +5,8 @@
 #include "common/src/ConfigBlockXml.h"
 #include "target.access/TaClient.h"
 
-#include <boost/make_shared.hpp>
 #include <gtest/gtest.h>
+#include <boost/make_shared.hpp>
 
 #include <regex>
 #include <tuple>
@@ -27,17 +27,27 @@ boost::shared_ptr<ConfigBlock> block(const std::vector<Attr>& attrs) {
     auto b = boost::make_shared<ConfigBlockXml>("Target Access");
     for (const Attr& a : attrs) {
         switch (a.kind) {
-            case 's': b->addAttribute(makeStringAttribute(a.name, a.value)); break;
-            case 'u': b->addAttribute(makeUInt32Attribute(a.name, std::stoul(a.value))); break;
-            case 'e': b->addAttribute(makeEnumAttribute(a.name, a.value, "LTA,Logger,GTA,big,little")); break;
+            case 's':
+                b->addAttribute(makeStringAttribute(a.name, a.value));
+                break;
+            case 'u':
+                b->addAttribute(makeUInt32Attribute(a.name, std::stoul(a.value)));
+                break;
+            case 'e':
+                b->addAttribute(makeEnumAttribute(a.name, a.value, "LTA,Logger,GTA,big,little"));
+                break;
         }
     }
     return b;
 }
 
 const std::vector<Attr> GTA_SETTINGS = {
-    {"ServerAddress", 's', "127.0.0.1"}, {"Connection", 's', "jtag"}, {"ServerPort", 'u', "1"},
-    {"SOC", 's', "soc0"},                {"Core", 's', "core0"},      {"MemSpace", 's', "APB"},
+    {"ServerAddress", 's', "127.0.0.1"},
+    {"Connection", 's', "jtag"},
+    {"ServerPort", 'u', "1"},
+    {"SOC", 's', "soc0"},
+    {"Core", 's', "core0"},
+    {"MemSpace", 's', "APB"},
     {"endianness", 'e', "little"},
 };
 
@@ -62,8 +72,7 @@ TEST(TaProcessManager, AccessType) {
         {"TaType wins", {{"TaType", 's', "LTA"}, {"Target Access Method", 'e', "GTA"}}, 128},
         {"TaType GTA", {{"TaType", 's', "GTA"}, {"Target Access Method", 'e', "Logger"}}, 1},
         {"case matters", {{"TaType", 's', "gta"}}, 128},
-        {"TaType of another type is ignored",
-         {{"TaType", 'u', "1"}, {"Target Access Method", 'e', "GTA"}}, 1},
+        {"TaType of another type is ignored", {{"TaType", 'u', "1"}, {"Target Access Method", 'e', "GTA"}}, 1},
         {"method of another type", {{"Target Access Method", 's', "GTA"}}, 256},
         {"nothing", {}, 256},
     };

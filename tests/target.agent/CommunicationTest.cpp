@@ -23,21 +23,21 @@ Bytes fields(std::initializer_list<std::pair<int, uint64_t>> list, const Bytes& 
     out.insert(out.end(), tail.begin(), tail.end());
     return out;
 }
-Bytes nulTerminated(const std::string& s) { return Bytes(s.c_str(), s.c_str() + s.size() + 1); }
+Bytes nulTerminated(const std::string& s) {
+    return Bytes(s.c_str(), s.c_str() + s.size() + 1);
+}
 
 Bytes mem(uint8_t op, uint8_t code, uint64_t address, uint64_t value) {
     return fields({{4, 19}, {1, AGENT_MSG_MEMORY}, {1, op}, {1, code}, {8, address}, {8, value}});
 }
 Bytes reg(uint64_t value, uint8_t op, const std::string& name) {
-    return fields({{4, 11 + name.size()}, {1, AGENT_MSG_REGISTER}, {8, value}, {1, op}},
-                  nulTerminated(name));
+    return fields({{4, 11 + name.size()}, {1, AGENT_MSG_REGISTER}, {8, value}, {1, op}}, nulTerminated(name));
 }
 Bytes ddrControl(uint8_t op, uint64_t first, uint64_t second) {
     return fields({{4, 18}, {1, AGENT_MSG_DDR_CONTROL}, {1, op}, {8, first}, {8, second}});
 }
 Bytes ddrBlock(uint8_t op, uint64_t size, uint64_t address, uint8_t width, const Bytes& payload) {
-    return fields({{4, 19 + payload.size()}, {1, AGENT_MSG_DDR_BLOCK}, {1, op}, {8, size},
-                   {8, address}, {1, width}},
+    return fields({{4, 19 + payload.size()}, {1, AGENT_MSG_DDR_BLOCK}, {1, op}, {8, size}, {8, address}, {1, width}},
                   payload);
 }
 Bytes status(uint8_t st, const std::string& text) {
@@ -45,7 +45,9 @@ Bytes status(uint8_t st, const std::string& text) {
     return fields({{4, text.size() + 3}, {1, AGENT_MSG_STATUS}, {1, st}}, nulTerminated(text));
 }
 
-agent_message* asMessage(Bytes& b) { return reinterpret_cast<agent_message*>(b.data()); }
+agent_message* asMessage(Bytes& b) {
+    return reinterpret_cast<agent_message*>(b.data());
+}
 
 Bytes take(agent_message* m, size_t size) {
     Bytes out(reinterpret_cast<uint8_t*>(m), reinterpret_cast<uint8_t*>(m) + size);
@@ -63,15 +65,12 @@ struct ConversionCase {
 
 std::vector<ConversionCase> conversionCases() {
     return {
-        {"memory read", mem(0, 2, 0x1122334455667788ull, 0),
-         "00000013 00 00 02 1122334455667788 0000000000000000"},
+        {"memory read", mem(0, 2, 0x1122334455667788ull, 0), "00000013 00 00 02 1122334455667788 0000000000000000"},
         {"memory write", mem(1, 3, 0x80001000, 0x0102030405060708ull),
          "00000013 00 01 03 0000000080001000 0102030405060708"},
-        {"register write", reg(0xCAFEF00D, 1, "TRC"),
-         "0000000e 01 00000000cafef00d 01 54524300"},
+        {"register write", reg(0xCAFEF00D, 1, "TRC"), "0000000e 01 00000000cafef00d 01 54524300"},
         {"register with empty name", reg(0, 0, ""), "0000000b 01 0000000000000000 00 00"},
-        {"ddr control", ddrControl(1, 0xA1A2A3A4A5A6A7A8ull, 0x0B),
-         "00000012 02 01 a1a2a3a4a5a6a7a8 000000000000000b"},
+        {"ddr control", ddrControl(1, 0xA1A2A3A4A5A6A7A8ull, 0x0B), "00000012 02 01 a1a2a3a4a5a6a7a8 000000000000000b"},
         {"ddr block width 1", ddrBlock(1, 3, 0x40, 1, {0x01, 0x02, 0x03}),
          "00000016 03 01 0000000000000003 0000000000000040 01 010203"},
         {"ddr block width 2, odd payload", ddrBlock(1, 3, 0x40, 2, {0x34, 0x12, 0x56}),
@@ -240,8 +239,7 @@ TEST(AgentMessageTransfer, ReceiveFailures) {
             s.closeB();
             agent_message* in = nullptr;
             testing::internal::CaptureStderr();
-            EXPECT_EQ(recv_sock_message(s.a, &in, buffered ? &reader : nullptr),
-                      c.result);
+            EXPECT_EQ(recv_sock_message(s.a, &in, buffered ? &reader : nullptr), c.result);
             EXPECT_EQ(testing::internal::GetCapturedStderr(), c.error);
             EXPECT_EQ(in != nullptr, c.buffer);
             std::free(in);
@@ -287,8 +285,7 @@ std::vector<std::string> calls;
 int handlerResult = 0;
 const uint64_t MAILBOX = 0x1122334455667788ull;
 
-std::string fmt(const char* f, unsigned long long a = 0, unsigned long long b = 0,
-                unsigned long long c = 0) {
+std::string fmt(const char* f, unsigned long long a = 0, unsigned long long b = 0, unsigned long long c = 0) {
     char buf[128];
     std::snprintf(buf, sizeof buf, f, a, b, c);
     return buf;
@@ -332,29 +329,23 @@ struct DispatchCase {
 TEST(AgentMessageDispatch, EveryTypeAndOperation) {
     const DispatchCase cases[] = {
         {"memory write", mem(1, 2, 0x1000, 0x12345678), 0, nullptr, "write_mem 1000 12345678 4", ""},
-        {"memory write failing", mem(1, 0, 0x1000, 1), -5, "Input/output error",
-         "write_mem 1000 1 1", ""},
-        {"memory write unknown failure", mem(1, 3, 0x8, 1), 7, "Unknown error",
-         "write_mem 8 1 8", ""},
+        {"memory write failing", mem(1, 0, 0x1000, 1), -5, "Input/output error", "write_mem 1000 1 1", ""},
+        {"memory write unknown failure", mem(1, 3, 0x8, 1), 7, "Unknown error", "write_mem 8 1 8", ""},
         {"memory read", mem(0, 1, 0x2000, 0x55), 0, nullptr, "read_mem 2000 55 2",
          "00000013 00 00 01 0000000000002000 1122334455667788"},
-        {"memory read failing still replies", mem(0, 2, 0x2000, 0), -22, "Invalid argument",
-         "read_mem 2000 0 4", "00000013 00 00 02 0000000000002000 1122334455667788"},
+        {"memory read failing still replies", mem(0, 2, 0x2000, 0), -22, "Invalid argument", "read_mem 2000 0 4",
+         "00000013 00 00 02 0000000000002000 1122334455667788"},
         {"register write", reg(0xAB, 1, "CTRL"), 0, nullptr, "write_reg CTRL ab", ""},
-        {"register write failing", reg(0xAB, 1, "CTRL"), -1, "register write failure",
-         "write_reg CTRL ab", ""},
-        {"register read", reg(0, 0, "ID"), 0, nullptr, "read_reg ID",
-         "0000000d 01 1122334455667788 00 494400"},
+        {"register write failing", reg(0xAB, 1, "CTRL"), -1, "register write failure", "write_reg CTRL ab", ""},
+        {"register read", reg(0, 0, "ID"), 0, nullptr, "read_reg ID", "0000000d 01 1122334455667788 00 494400"},
         {"register read failing", reg(0, 0, "ID"), 3, "Register read failure", "read_reg ID",
          "0000000d 01 1122334455667788 00 494400"},
         {"ddr get", ddrControl(0, 0x77, 0), 0, nullptr, "ddr_get 77",
          "00000012 02 00 0000000000000077 1122334455667788"},
-        {"ddr set failing keeps the sign", ddrControl(1, 0, 0x99), -5, "Unknown error -5",
-         "ddr_set 99", ""},
-        {"ddr block write", ddrBlock(1, 2, 0x30, 1, {0x5A, 0x5B}), 0, nullptr,
-         "ddr_write 30 2 5a", ""},
-        {"ddr block read keeps the request's length", ddrBlock(0, 2, 0x30, 1, {0, 0}), 0,
-         nullptr, "ddr_read 30 2", "00000015 03 00 0000000000000002 0000000000000030 01 a0a1"},
+        {"ddr set failing keeps the sign", ddrControl(1, 0, 0x99), -5, "Unknown error -5", "ddr_set 99", ""},
+        {"ddr block write", ddrBlock(1, 2, 0x30, 1, {0x5A, 0x5B}), 0, nullptr, "ddr_write 30 2 5a", ""},
+        {"ddr block read keeps the request's length", ddrBlock(0, 2, 0x30, 1, {0, 0}), 0, nullptr, "ddr_read 30 2",
+         "00000015 03 00 0000000000000002 0000000000000030 01 a0a1"},
     };
     const agent_handler_table saved = agent_handlers;
     agent_handlers = recordingHandlers;

@@ -33,15 +33,19 @@ const s_case k_cases[] = {
     {"entity alone in content", dtd("<!ENTITY e \"<b/>\">", "<r>&e;&e;</r>"), "<r > <b /b <b /b /r $"},
     {"nested entities", dtd("<!ENTITY i \"in\"><!ENTITY o \"[&i;]\">", "<r>&o;</r>"), "<r > '[in]' /r $"},
     {"first declaration wins", dtd("<!ENTITY e \"one\"><!ENTITY e \"two\">", "<r>&e;</r>"), "<r > 'one' /r $"},
-    {"predefined cannot be overridden", dtd("<!ENTITY lt \"X\">", "<r>&lt;&gt;&amp;&apos;&quot;</r>"), "<r > '<>&'\"' /r $"},
+    {"predefined cannot be overridden", dtd("<!ENTITY lt \"X\">", "<r>&lt;&gt;&amp;&apos;&quot;</r>"),
+     "<r > '<>&'\"' /r $"},
     {"char reference expanded at declaration", dtd("<!ENTITY e \"&#60;b/>\">", "<r>&e;</r>"), "<r > <b /b /r $"},
     {"entity in attribute value", dtd("<!ENTITY e \"hi\">", "<r a=\"x&e;y\"/>"), "<r @a=xhiy /r $"},
-    {"nested entity in attribute value", dtd("<!ENTITY i \"1\"><!ENTITY e \"&i;&i;\">", "<r a='&e;'/>"), "<r @a=11 /r $"},
+    {"nested entity in attribute value", dtd("<!ENTITY i \"1\"><!ENTITY e \"&i;&i;\">", "<r a='&e;'/>"),
+     "<r @a=11 /r $"},
     {"parameter entity declares", dtd("<!ENTITY % p \"<!ENTITY e 'pv'>\"> %p;", "<r>&e;</r>"), "<r > 'pv' /r $"},
-    {"parameter entity in a value", dtd("<!ENTITY % p \"abc\"><!ENTITY e \"x%p;y\">", "<r>&e;</r>"), "<r > 'xabcy' /r $"},
+    {"parameter entity in a value", dtd("<!ENTITY % p \"abc\"><!ENTITY e \"x%p;y\">", "<r>&e;</r>"),
+     "<r > 'xabcy' /r $"},
     {"doctype without subset", "<!DOCTYPE r SYSTEM \"r.dtd\"><r/>", "<r /r $"},
     {"doctype with quoted bracket", "<!DOCTYPE r PUBLIC \"-//x[\" \"y\"><r/>", "<r /r $"},
-    {"other declarations skipped", dtd("<!ELEMENT r (#PCDATA)><!ATTLIST r a CDATA \"x>y\"><!NOTATION n SYSTEM \"n\">", "<r/>"), "<r /r $"},
+    {"other declarations skipped",
+     dtd("<!ELEMENT r (#PCDATA)><!ATTLIST r a CDATA \"x>y\"><!NOTATION n SYSTEM \"n\">", "<r/>"), "<r /r $"},
     {"comment and PI in subset", dtd("<!-- c > --><?pi x?>", "<r/>"), "<r /r $"},
     {"external entity is only a warning", dtd("<!ENTITY e SYSTEM \"e.xml\">", "<r/>"), "<r /r $"},
     {"blanks around the subset", "<!DOCTYPE r [ \n <!ENTITY e 'v'> \n ] >\n<r>&e;</r>", "<r > 'v' /r $"},
@@ -70,10 +74,11 @@ const s_case k_cases[] = {
 
 class EntityTest : public ::testing::TestWithParam<s_case> {};
 
-TEST_P(EntityTest, Trace) { EXPECT_EQ(xrt_test::trace(GetParam().doc), GetParam().trace); }
+TEST_P(EntityTest, Trace) {
+    EXPECT_EQ(xrt_test::trace(GetParam().doc), GetParam().trace);
+}
 
-INSTANTIATE_TEST_SUITE_P(XrtEntities, EntityTest, ::testing::ValuesIn(k_cases),
-                         xrt_test::param_name());
+INSTANTIATE_TEST_SUITE_P(XrtEntities, EntityTest, ::testing::ValuesIn(k_cases), xrt_test::param_name());
 
 TEST(XrtEntityMessages, TextsAndSeverities) {
     struct {
@@ -134,8 +139,7 @@ TEST_P(EntityValueTest, Value) {
     EXPECT_EQ(value, c.value);
 }
 
-INSTANTIATE_TEST_SUITE_P(XrtEntities, EntityValueTest, ::testing::ValuesIn(k_value_cases),
-                         xrt_test::param_name());
+INSTANTIATE_TEST_SUITE_P(XrtEntities, EntityValueTest, ::testing::ValuesIn(k_value_cases), xrt_test::param_name());
 
 TEST(XrtEntityTables, RewindForgetsEverything) {
     c_error error;

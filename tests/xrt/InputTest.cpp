@@ -39,18 +39,29 @@ struct s_decode_case {
     int line;
 };
 
-std::string le(const std::string& s) { return utf16(s, false, false); }
-std::string be(const std::string& s) { return utf16(s, true, false); }
+std::string le(const std::string& s) {
+    return utf16(s, false, false);
+}
+std::string be(const std::string& s) {
+    return utf16(s, true, false);
+}
 
 const s_decode_case k_decode_cases[] = {
     // UTF-8
     {"utf8 plain", "<a>x</a>", "<a>x</a>", e_no_error, 1},
     {"utf8 mark not returned", "\xEF\xBB\xBF<a/>", "<a/>", e_no_error, 1},
     {"utf8 mark only", "\xEF\xBB\xBF", "", e_no_error, 1},
-    {"utf8 two to four bytes", "<a>\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80</a>", "<a>\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80</a>", e_no_error, 1},
+    {"utf8 two to four bytes", "<a>\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80</a>",
+     "<a>\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80</a>", e_no_error, 1},
     {"utf8 halves combined", "<\xED\xA0\xBD\xED\xB8\x80", "<\xF0\x9F\x98\x80", e_no_error, 1},
-    {"utf8 NEL is a line feed", "<a\xC2\x85" "b", "<a\nb", e_no_error, 2},
-    {"utf8 LS is a line feed", "<a\xE2\x80\xA8" "b", "<a\nb", e_no_error, 2},
+    {"utf8 NEL is a line feed",
+     "<a\xC2\x85"
+     "b",
+     "<a\nb", e_no_error, 2},
+    {"utf8 LS is a line feed",
+     "<a\xE2\x80\xA8"
+     "b",
+     "<a\nb", e_no_error, 2},
     {"utf8 truncated sequence", "<a>\xC3(</a>", "<a>", e_encoding_not_supported, 1},
     {"utf8 bare continuation", "<a>\x80", "<a>", e_encoding_not_supported, 1},
     {"utf8 overlong", "<\xC0\xAF", "<", e_encoding_not_supported, 1},
@@ -78,7 +89,11 @@ const s_decode_case k_decode_cases[] = {
     {"ff fe then a non-ASCII unit", "\xFF\xFE\xE9\x00", "", e_encoding_not_supported, 1},
     {"fe ff then zero zero", std::string("\xFE\xFF\x00\x00", 4), "", e_encoding_not_supported, 1},
     {"broken utf8 mark", "\xEF\xBB<", "", e_encoding_not_supported, 1},
-    {"zero then a letter", std::string("\x00" "a", 2), "", e_encoding_not_supported, 1},
+    {"zero then a letter",
+     std::string("\x00"
+                 "a",
+                 2),
+     "", e_encoding_not_supported, 1},
     {"lone mark byte", "\xFF", "", e_encoding_not_supported, 1},
     // Line ends
     {"cr lf counts once", " a\r\nb", " a\nb", e_no_error, 2},
@@ -102,8 +117,7 @@ TEST_P(DecodeTest, WholeBufferAndOneBytePerBlock) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(XrtEncodings, DecodeTest, ::testing::ValuesIn(k_decode_cases),
-                         xrt_test::param_name());
+INSTANTIATE_TEST_SUITE_P(XrtEncodings, DecodeTest, ::testing::ValuesIn(k_decode_cases), xrt_test::param_name());
 
 // The encoding named by the declaration against the bytes of the document.
 struct s_declared_case {
@@ -113,14 +127,17 @@ struct s_declared_case {
 };
 
 const s_declared_case k_declared_cases[] = {
-    {"utf8 mark and lower-case name", "\xEF\xBB\xBF<?xml version=\"1.0\" encoding=\"utf-8\"?><a>x</a>", "<a > 'x' /a $"},
+    {"utf8 mark and lower-case name", "\xEF\xBB\xBF<?xml version=\"1.0\" encoding=\"utf-8\"?><a>x</a>",
+     "<a > 'x' /a $"},
     {"utf8 declared utf16", "<?xml version=\"1.0\" encoding=\"UTF-16\"?><a/>", "!15@1"},
     {"utf16 mark declared utf8", utf16("<?xml version=\"1.0\" encoding=\"UTF-8\"?><a/>", false, true), "!15@1"},
     {"utf16 be declared utf16", be("<?xml version='1.0' encoding='UTF-16'?>\n<a>\xE9</a>"), "<a > '\xC3\xA9' /a $"},
     {"latin1 byte becomes two", "<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?><a>\xE9</a>", "<a > '\xC3\xA9' /a $"},
     {"us-ascii", "<?xml version=\"1.0\" encoding=\"us-ascii\"?><a>x</a>", "<a > 'x' /a $"},
     {"latin1 on utf16 bytes", le("<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?><a/>"), "!15@1"},
-    {"ucs2 keeps halves apart", le("<?xml version=\"1.0\" encoding=\"ISO-10646-UCS-2\"?><a>") + std::string("\x00\xD8", 2) + le("</a>"), "<a > '\xED\xA0\x80' /a $"},
+    {"ucs2 keeps halves apart",
+     le("<?xml version=\"1.0\" encoding=\"ISO-10646-UCS-2\"?><a>") + std::string("\x00\xD8", 2) + le("</a>"),
+     "<a > '\xED\xA0\x80' /a $"},
     {"ucs2 on utf8 bytes", "<?xml version=\"1.0\" encoding=\"ISO-10646-UCS-2\"?><a/>", "!15@1"},
     {"unknown name", "<?xml version=\"1.0\" encoding=\"EBCDIC\"?><a/>", "!6@1"},
     {"bad byte on line three", "<a>\n\n\xFF</a>", "<a > !6@3"},
@@ -129,7 +146,9 @@ const s_declared_case k_declared_cases[] = {
 
 class DeclaredEncodingTest : public ::testing::TestWithParam<s_declared_case> {};
 
-TEST_P(DeclaredEncodingTest, Trace) { EXPECT_EQ(xrt_test::trace(GetParam().doc), GetParam().trace); }
+TEST_P(DeclaredEncodingTest, Trace) {
+    EXPECT_EQ(xrt_test::trace(GetParam().doc), GetParam().trace);
+}
 
 INSTANTIATE_TEST_SUITE_P(XrtEncodings, DeclaredEncodingTest, ::testing::ValuesIn(k_declared_cases),
                          xrt_test::param_name());
@@ -149,7 +168,9 @@ TEST(XrtEncodingMessages, UngetComesBeforePendingBytes) {
 
 // ---------------------------------------------------------------- byte sources
 
-std::string temp_path(const char* name) { return ::testing::TempDir() + name; }
+std::string temp_path(const char* name) {
+    return ::testing::TempDir() + name;
+}
 
 TEST(XrtByteSources, MissingFileAndOpenFileHandle) {
     c_read_file missing("/nonexistent/dir/file.xml");
@@ -196,8 +217,12 @@ TEST(XrtByteSources, LargeFileReadRewoundAndParsed) {
     std::string doc = "<r>";
     std::string expected;
     for (int i = 0; i < 700; ++i) {
-        doc += "\xE2\x82\xAC" "a\r\n";
-        expected += "\xE2\x82\xAC" "a\n";
+        doc +=
+            "\xE2\x82\xAC"
+            "a\r\n";
+        expected +=
+            "\xE2\x82\xAC"
+            "a\n";
     }
     doc += "</r>";
     std::string path = temp_path("xrt_large.xml");

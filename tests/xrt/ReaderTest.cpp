@@ -25,7 +25,10 @@ const s_case k_documents[] = {
     {"attribute references", "<a b='&lt;&#65;&amp;'/>", "<a @b=<A& /a $"},
     {"declaration and comments", "<?xml version=\"1.0\"?>\n<!-- c --><a/><!-- after -->", "<a /a $"},
     {"declaration with all parts", "<?xml version='1.1' encoding='UTF-8' standalone='yes' ?><a/>", "<a /a $"},
-    {"processing instructions skipped", "<?style x?><a><?pi ?" "?></a>", "<a > /a $"},
+    {"processing instructions skipped",
+     "<?style x?><a><?pi ?"
+     "?></a>",
+     "<a > /a $"},
     {"cdata as text", "<a><![CDATA[<x>&amp;]]]></a>", "<a > '<x>&amp;]' /a $"},
     {"end tag with blanks", "<a></a  \n>", "<a > /a $"},
     {"empty element with blank", "<a/ >", "<a /a $"},
@@ -33,14 +36,18 @@ const s_case k_documents[] = {
     {"text then element", "<a>x<b/>y</a>", "<a > 'x' <b /b 'y' /a $"},
     {"reference starts text", "<a>&amp;x</a>", "<a > '&x' /a $"},
     {"line ends in text", "<a>1\r\n2\r3</a>", "<a > '1\n2\n3' /a $"},
-    {"encoded line ends are blanks", "<a\xC2\x85" "b='1'\xE2\x80\xA8/>", "<a @b=1 /a $"},
+    {"encoded line ends are blanks",
+     "<a\xC2\x85"
+     "b='1'\xE2\x80\xA8/>",
+     "<a @b=1 /a $"},
     {"namespace declarations not listed", "<a xmlns='u' xmlns:p='v' p:b='1'/>", "<a @p:b=1 /a $"},
 };
 
 class DocumentTest : public ::testing::TestWithParam<s_case> {};
-TEST_P(DocumentTest, Trace) { EXPECT_EQ(xrt_test::trace(GetParam().doc), GetParam().trace); }
-INSTANTIATE_TEST_SUITE_P(XrtReader, DocumentTest, ::testing::ValuesIn(k_documents),
-                         xrt_test::param_name());
+TEST_P(DocumentTest, Trace) {
+    EXPECT_EQ(xrt_test::trace(GetParam().doc), GetParam().trace);
+}
+INSTANTIATE_TEST_SUITE_P(XrtReader, DocumentTest, ::testing::ValuesIn(k_documents), xrt_test::param_name());
 
 const s_case k_malformed[] = {
     {"declaration after comment", "<!-- c --><?xml version=\"1.0\"?><a/>", "!13@1"},
@@ -74,8 +81,7 @@ TEST_P(MalformedTest, CodeAndLineForEveryBlockSize) {
     EXPECT_EQ(xrt_test::trace(GetParam().doc), GetParam().trace);
     EXPECT_EQ(xrt_test::trace_drip(GetParam().doc), GetParam().trace) << "one byte per block";
 }
-INSTANTIATE_TEST_SUITE_P(XrtReader, MalformedTest, ::testing::ValuesIn(k_malformed),
-                         xrt_test::param_name());
+INSTANTIATE_TEST_SUITE_P(XrtReader, MalformedTest, ::testing::ValuesIn(k_malformed), xrt_test::param_name());
 
 TEST(XrtReaderErrors, StopIsSticky) {
     std::string doc = "<a b>";
@@ -114,11 +120,8 @@ TEST(XrtReaderErrors, MessagesOfTheReader) {
 
 enum { t_root = 12, t_child, t_attr, t_other_ns };
 const s_xml_token k_tokens[] = {
-    {1, "root", 4, t_root},
-    {1, "child", 5, t_child},
-    {1, "attr", 4, t_attr},
-    {100, "root", 4, t_other_ns},
-    {0, nullptr, 0, 0},
+    {1, "root", 4, t_root},       {1, "child", 5, t_child}, {1, "attr", 4, t_attr},
+    {100, "root", 4, t_other_ns}, {0, nullptr, 0, 0},
 };
 const s_ns_map k_ns_map[] = {{"b", "urn:bound", 100}, {nullptr, nullptr, 0}};
 
@@ -132,9 +135,9 @@ void to_element(c_xml_reader& r, int n) {
 struct s_token_case {
     const char* name;
     std::string doc;
-    int element;     // which start tag
-    int ns_id;       // its namespace id
-    int token;       // tokenise as element
+    int element;  // which start tag
+    int ns_id;    // its namespace id
+    int token;    // tokenise as element
 };
 
 const s_token_case k_token_cases[] = {
@@ -147,7 +150,8 @@ const s_token_case k_token_cases[] = {
     {"default inherited", "<root xmlns='urn:bound'><child/></root>", 1, 100, xe_unknown_name},
     {"default undone inside", "<root xmlns='urn:bound'><child xmlns=''/></root>", 1, 1, t_child},
     {"scope ends with element", "<root><a xmlns='urn:bound'/><child/></root>", 2, 0, t_child},
-    {"uri keeps its id", "<root><a xmlns='urn:x'/><b xmlns='urn:y'/><c xmlns='urn:x'/></root>", 3, 1000, xe_unknown_name},
+    {"uri keeps its id", "<root><a xmlns='urn:x'/><b xmlns='urn:y'/><c xmlns='urn:x'/></root>", 3, 1000,
+     xe_unknown_name},
     {"second new uri", "<root><a xmlns='urn:x'/><b xmlns='urn:y'/></root>", 2, 1001, xe_unknown_name},
     {"xml prefix", "<xml:root/>", 0, 2, xe_unknown_name},
     {"uri from reference", "<root xmlns='urn:&#98;ound'/>", 0, 100, t_other_ns},
@@ -163,8 +167,7 @@ TEST_P(TokenTest, ElementNamespaceAndToken) {
     EXPECT_EQ(r.get_element_ns_id(), c.ns_id);
     EXPECT_EQ(r.tokenise(k_tokens, true), c.token);
 }
-INSTANTIATE_TEST_SUITE_P(XrtReader, TokenTest, ::testing::ValuesIn(k_token_cases),
-                         xrt_test::param_name());
+INSTANTIATE_TEST_SUITE_P(XrtReader, TokenTest, ::testing::ValuesIn(k_token_cases), xrt_test::param_name());
 
 TEST(XrtTokens, AttributesAndSchemaInstanceNames) {
     std::string doc =
@@ -185,9 +188,14 @@ TEST(XrtTokens, AttributesAndSchemaInstanceNames) {
         int token;
         int ns;
         bool xsi;
-    } expected[] = {{t_attr, 1, false},      {xe_xsi_type, 5, true},  {xe_xsi_nil, 5, true},
-                    {xe_xsi_schema_location, 5, true}, {xe_xsi_no_namespace_schema_location, 5, true},
-                    {xe_unknown_name, 5, true}, {xe_unknown_name, 2, false}, {xe_unknown_name, 100, false},
+    } expected[] = {{t_attr, 1, false},
+                    {xe_xsi_type, 5, true},
+                    {xe_xsi_nil, 5, true},
+                    {xe_xsi_schema_location, 5, true},
+                    {xe_xsi_no_namespace_schema_location, 5, true},
+                    {xe_unknown_name, 5, true},
+                    {xe_unknown_name, 2, false},
+                    {xe_unknown_name, 100, false},
                     {xe_unknown_name, 0, false}};
     for (const auto& e : expected) {
         ASSERT_EQ(r.get_next_event(), xe_start);
@@ -245,8 +253,7 @@ TEST_P(ValueTest, ValueAndEndTag) {
     EXPECT_TRUE(r.test_end_tag("a"));
     EXPECT_EQ(r.get_next_event(), xe_end_of_input);
 }
-INSTANTIATE_TEST_SUITE_P(XrtReader, ValueTest, ::testing::ValuesIn(k_values),
-                         xrt_test::param_name());
+INSTANTIATE_TEST_SUITE_P(XrtReader, ValueTest, ::testing::ValuesIn(k_values), xrt_test::param_name());
 
 TEST(XrtStartTagEnd, ScanOfValueElements) {
     struct {
@@ -285,8 +292,8 @@ TEST(XrtEndTags, MatchingAndErrorInfo) {
         std::string doc;
         bool ok;
     } cases[] = {
-        {"<a>v</a>", true}, {"<a>v</a \t\n>", true}, {"<a>v</b>", false},
-        {"<a>v</ab>", false}, {"<a>v</a", false}, {"<a>v<b/>", false},
+        {"<a>v</a>", true},   {"<a>v</a \t\n>", true}, {"<a>v</b>", false},
+        {"<a>v</ab>", false}, {"<a>v</a", false},      {"<a>v<b/>", false},
     };
     for (const auto& c : cases) {
         c_xml_reader_memory r(c.doc.data(), c.doc.size());
@@ -384,9 +391,15 @@ TEST(XrtErrorTable, Texts) {
         int code;
         const char* text;
     } cases[] = {
-        {0, "No Error"}, {15, "Mis-match between specified char encoding and read bytes"},
-        {46, "min/max occurs error on marshaling"}, {47, ""}, {-1, ""}, {999, ""},
-        {1000, "User defined error 1"}, {1008, "User defined error 9"}, {1009, ""},
+        {0, "No Error"},
+        {15, "Mis-match between specified char encoding and read bytes"},
+        {46, "min/max occurs error on marshaling"},
+        {47, ""},
+        {-1, ""},
+        {999, ""},
+        {1000, "User defined error 1"},
+        {1008, "User defined error 9"},
+        {1009, ""},
     };
     for (const auto& c : cases) {
         EXPECT_STREQ(get_error_text(static_cast<exrt_error>(c.code)), c.text) << c.code;

@@ -47,8 +47,7 @@ const s_ns_case k_ns_cases[] = {
          w.add_default_namespace("urn:d");
      },
      " xmlns:p=\"urn:p\" xmlns=\"urn:d\""},
-    {"no-namespace location",
-     [](c_xml_writer& w) { w.add_no_namespace_schema_location("cfg.xsd"); },
+    {"no-namespace location", [](c_xml_writer& w) { w.add_no_namespace_schema_location("cfg.xsd"); },
      " xmlns:xsi=\"http://www.w3.org/2001/XMLSchema-instance\" xsi:noNamespaceSchemaLocation=\"cfg.xsd\""},
     {"namespace locations",
      [](c_xml_writer& w) {
@@ -66,13 +65,11 @@ TEST_P(NamespaceOutputTest, WholeDocument) {
     GetParam().setup(w);
     write_small(w);
     std::string expected = std::string(k_prolog) + "<Root" + GetParam().root_attributes + ">\n" +
-                           "\t<Name>a&lt;b &amp; &quot;c&quot; &apos;d&apos; ></Name>\n" +
-                           "\t<Inner/>\n</Root>\n";
+                           "\t<Name>a&lt;b &amp; &quot;c&quot; &apos;d&apos; ></Name>\n" + "\t<Inner/>\n</Root>\n";
     EXPECT_EQ(os.str(), expected);
 }
 
-INSTANTIATE_TEST_SUITE_P(XrtWriter, NamespaceOutputTest, ::testing::ValuesIn(k_ns_cases),
-                         xrt_test::param_name());
+INSTANTIATE_TEST_SUITE_P(XrtWriter, NamespaceOutputTest, ::testing::ValuesIn(k_ns_cases), xrt_test::param_name());
 
 TEST(XrtWriter, PrologPerWriterAndDepthFloor) {
     std::ostringstream os;
@@ -140,7 +137,10 @@ TEST(XrtWriter, EscapingTable) {
     struct {
         std::string in, out;
     } cases[] = {
-        {"", ""}, {"<<", "&lt;&lt;"}, {"a&", "a&amp;"}, {"\"'", "&quot;&apos;"},
+        {"", ""},
+        {"<<", "&lt;&lt;"},
+        {"a&", "a&amp;"},
+        {"\"'", "&quot;&apos;"},
         {">\t\n\xC3\xA9", ">\t\n\xC3\xA9"},
         {std::string("a\0b", 3), std::string("a\0b", 3)},
     };

@@ -14,8 +14,7 @@ namespace xrt_test {
 // Collects what the input layers report.
 struct c_recording_error : xrt::c_error {
     std::vector<std::string> messages;
-    void report_error(xrt::exrt_error_type, xrt::exrt_error code, const char*, int line,
-                      const char* message) override {
+    void report_error(xrt::exrt_error_type, xrt::exrt_error code, const char*, int line, const char* message) override {
         messages.push_back(std::to_string(code) + "@" + std::to_string(line) + ":" + message);
     }
 };
@@ -37,10 +36,18 @@ inline std::string trace_reader(xrt::c_xml_reader& r) {
                     out += "<" + r.get_full_name();
                 }
                 break;
-            case xrt::xe_start_tag_end: out += ">"; break;
-            case xrt::xe_text: out += "'" + r.get_value() + "'"; break;
-            case xrt::xe_end_tag: out += "/" + r.get_full_name(); break;
-            case xrt::xe_end_of_input: out += "$"; return out;
+            case xrt::xe_start_tag_end:
+                out += ">";
+                break;
+            case xrt::xe_text:
+                out += "'" + r.get_value() + "'";
+                break;
+            case xrt::xe_end_tag:
+                out += "/" + r.get_full_name();
+                break;
+            case xrt::xe_end_of_input:
+                out += "$";
+                return out;
             default:
                 out += "!" + std::to_string(r.get_error()) + "@" + std::to_string(r.get_error_line());
                 return out;

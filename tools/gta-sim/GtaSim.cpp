@@ -8,16 +8,16 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <algorithm>
+#include <deque>
 #include <fstream>
 #include <iterator>
 #include <list>
 #include <memory>
-#include <thread>
-#include <deque>
 #include <sstream>
+#include <thread>
 
 namespace gtasim {
 
@@ -141,18 +141,15 @@ void MemoryImage::read(const std::string& space, uint64_t address, uint8_t* data
 void MemoryImage::writeValue(const std::string& space, uint64_t address, uint64_t value, unsigned width,
                              bool bigEndian) {
     uint8_t data[8];
-    for (unsigned i = 0; i < width; ++i)
-        data[bigEndian ? width - 1 - i : i] = static_cast<uint8_t>(value >> (8 * i));
+    for (unsigned i = 0; i < width; ++i) data[bigEndian ? width - 1 - i : i] = static_cast<uint8_t>(value >> (8 * i));
     write(space, address, data, width);
 }
 
-uint64_t MemoryImage::readValue(const std::string& space, uint64_t address, unsigned width,
-                                bool bigEndian) const {
+uint64_t MemoryImage::readValue(const std::string& space, uint64_t address, unsigned width, bool bigEndian) const {
     uint8_t data[8];
     read(space, address, data, width);
     uint64_t value = 0;
-    for (unsigned i = 0; i < width; ++i)
-        value |= uint64_t(data[bigEndian ? width - 1 - i : i]) << (8 * i);
+    for (unsigned i = 0; i < width; ++i) value |= uint64_t(data[bigEndian ? width - 1 - i : i]) << (8 * i);
     return value;
 }
 
@@ -188,8 +185,7 @@ bool MemoryImage::load(const std::string& path, bool bigEndian, std::string& err
             continue;
         }
         if (value.empty() || !extra.empty() || !parseNumber(address, a) || !parseNumber(value, v) ||
-            !parseNumber(width, w) || (w != 1 && w != 2 && w != 4 && w != 8) ||
-            (w < 8 && (v >> (8 * w)) != 0)) {
+            !parseNumber(width, w) || (w != 1 && w != 2 && w != 4 && w != 8) || (w < 8 && (v >> (8 * w)) != 0)) {
             error =
                 where + "expected \"space address value [width]\" with width 1, 2, 4 or 8, or \"space address @file\"";
             return false;
@@ -229,8 +225,8 @@ bool parseReadFifo(const std::string& text, Options::ReadFifo& fifo, std::string
 
 struct Server::Client {
     int fd = -1;
-    bool open = true;                 // false once the connection failed or was dropped
-    std::atomic<bool> done{false};    // its thread has finished
+    bool open = true;               // false once the connection failed or was dropped
+    std::atomic<bool> done{false};  // its thread has finished
     std::thread thread;
     unsigned number = 0;
     std::string input;
@@ -238,7 +234,7 @@ struct Server::Client {
     std::string current;              // id of the current context
     bool connected = false;           // "ctx connect" done for `current`
     uint64_t noise = 0;
-    std::string output;               // answers of one input chunk, sent at once
+    std::string output;  // answers of one input chunk, sent at once
 };
 
 Server::Server(Options o, MemoryImage i) : options(std::move(o)), image(std::move(i)) {
@@ -446,8 +442,7 @@ void Server::serve(Client& c) {
             continue;
         }
         if (c.noise) {
-            note("# client " + std::to_string(c.number) + " skipped " + std::to_string(c.noise) +
-                 " bytes before '$'");
+            note("# client " + std::to_string(c.number) + " skipped " + std::to_string(c.noise) + " bytes before '$'");
             c.noise = 0;
         }
         // The packet ends at '#'; a later '$' before it restarts the packet.
@@ -596,14 +591,12 @@ std::string Server::memoryWrite(Client& c, const std::vector<std::string>& token
     for (const auto& s : options.memorySpaces) known = known || s == space;
     if (!known) return REPLY_BAD_SPACE;
     std::string data;
-    if (!fromHex(a.last, data) || data.size() % a.width || data.size() > MAX_TRANSFER)
-        return REPLY_BAD_DATA;
+    if (!fromHex(a.last, data) || data.size() % a.width || data.size() > MAX_TRANSFER) return REPLY_BAD_DATA;
     std::lock_guard<std::mutex> lock(mutex);
     image.write(space, a.address, reinterpret_cast<const uint8_t*>(data.data()), data.size());
     // Requests the hardware completes at once: their bits fall back to 0.
     for (const auto& rule : options.clearOnWrite) {
-        if (rule.space != space || rule.address < a.address || rule.address >= a.address + data.size())
-            continue;
+        if (rule.space != space || rule.address < a.address || rule.address >= a.address + data.size()) continue;
         const unsigned width = static_cast<unsigned>(std::min<uint64_t>(a.width, 8));
         const uint64_t value = image.readValue(space, rule.address, width, options.bigEndian);
         image.writeValue(space, rule.address, value & ~rule.mask, width, options.bigEndian);

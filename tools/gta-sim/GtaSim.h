@@ -29,8 +29,7 @@ public:
     void write(const std::string& space, uint64_t address, const uint8_t* data, uint64_t size);
     void read(const std::string& space, uint64_t address, uint8_t* data, uint64_t size) const;
     // Stores `value` as `width` bytes in the given byte order.
-    void writeValue(const std::string& space, uint64_t address, uint64_t value, unsigned width,
-                    bool bigEndian);
+    void writeValue(const std::string& space, uint64_t address, uint64_t value, unsigned width, bool bigEndian);
     uint64_t readValue(const std::string& space, uint64_t address, unsigned width, bool bigEndian) const;
     // Lines "space address value [width]" or "space address @file" (the
     // file's bytes, its name relative to the image's folder); '#' starts a

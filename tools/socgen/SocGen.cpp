@@ -8,14 +8,12 @@ namespace socgen {
 
 std::string generatedSoc(unsigned cores) {
     const unsigned clusters = (cores + CoresPerCluster - 1) / CoresPerCluster;
-    auto coresIn = [&](unsigned cluster) {
-        return std::min(CoresPerCluster, cores - cluster * CoresPerCluster);
-    };
+    auto coresIn = [&](unsigned cluster) { return std::min(CoresPerCluster, cores - cluster * CoresPerCluster); };
     std::ostringstream x;
     auto attr = [&](const char* kind, const std::string& name, const std::string& value,
                     const std::string& extra = "") {
-        x << "<" << kind << "><Name>" << name << "</Name><DefaultValue>" << value
-          << "</DefaultValue>" << extra << "</" << kind << ">\n";
+        x << "<" << kind << "><Name>" << name << "</Name><DefaultValue>" << value << "</DefaultValue>" << extra << "</"
+          << kind << ">\n";
     };
     auto hex = [](unsigned long long v) {
         char b[32];
@@ -45,10 +43,13 @@ std::string generatedSoc(unsigned cores) {
             attr("UInt32Attribute", "ATB ID", std::to_string(2 + c * 8 + n));
             attr("BoolAttribute", "Timestamp", "true");
             attr("BoolAttribute", "Cycle Counting", "false");
-            attr("EnumAttribute", "TraceScenario", "ProgramTrace", "<EnumValues>ProgramTrace,DataAddress,DataValue</EnumValues>");
-            attr("EnumAttribute", "TraceMode", "ProgramTrace", "<EnumValues>DataAdress,DataValue,ProgramTrace</EnumValues>");
+            attr("EnumAttribute", "TraceScenario", "ProgramTrace",
+                 "<EnumValues>ProgramTrace,DataAddress,DataValue</EnumValues>");
+            attr("EnumAttribute", "TraceMode", "ProgramTrace",
+                 "<EnumValues>DataAdress,DataValue,ProgramTrace</EnumValues>");
             attr("BoolAttribute", "Enable Logging", "false");
-            attr("StringAttribute", "Dependency", "Cluster " + std::to_string(c) + " ARM Funnel Port " + std::to_string(n));
+            attr("StringAttribute", "Dependency",
+                 "Cluster " + std::to_string(c) + " ARM Funnel Port " + std::to_string(n));
             x << "</ConfigBlock>\n";
         }
     x << "</ConfigBlock></ConfigBlock>\n<ConfigBlock><Name>GPP Funnel</Name>\n";

@@ -29,8 +29,8 @@ private:
 };
 
 const xrt::s_xml_token k_tokens[] = {
-    {1, "QUORL", 5, 12}, {1, "Configuration", 13, 13}, {1, "Name", 4, 14}, {1, "a", 1, 15},
-    {1000, "a", 1, 16},  {0, nullptr, 0, 0},
+    {1, "QUORL", 5, 12}, {1, "Configuration", 13, 13}, {1, "Name", 4, 14},
+    {1, "a", 1, 15},     {1000, "a", 1, 16},           {0, nullptr, 0, 0},
 };
 
 // Walks the document the way a binding does, choosing the calls from the content, and

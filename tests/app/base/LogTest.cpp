@@ -47,8 +47,7 @@ TEST(Exception, CarriesTypeFileLineAndMessage) {
         {quorl::Exception("taprocesslta", 72, "Cannot write address 10"), "taprocesslta", 72,
          "Cannot write address 10"},
         {quorl::Exception(nullptr, 1, ""), "", 1, ""},
-        {quorl::Exception(137, "Register not initialized"), "register", 137,
-         "Register not initialized"},
+        {quorl::Exception(137, "Register not initialized"), "register", 137, "Register not initialized"},
         {quorl::Exception(5, nullptr), "register", 5, ""},
     };
     for (const Case& c : cases) {

@@ -17,7 +17,9 @@ const std::string kHead =
     "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<QUORL><Configuration><Name>B</Name><Version>1</Version>";
 const std::string kTail = "</Configuration></QUORL>";
 
-std::string doc(const std::string& body) { return kHead + body + kTail; }
+std::string doc(const std::string& body) {
+    return kHead + body + kTail;
+}
 std::string block(const std::string& children) {
     return doc("<ConfigBlock><Name>A</Name>" + children + "</ConfigBlock>");
 }
@@ -72,18 +74,17 @@ INSTANTIATE_TEST_SUITE_P(
         LoadCase{"bad end of a value's start tag", doc("<ConfigBlock><Name/x>A</Name></ConfigBlock>"), 11, "Name"},
         LoadCase{"end of file inside a start tag", kHead + "<ConfigBlock><Name", 34, nullptr},
         // Codes found under the reader, by the character and entity layers.
-        LoadCase{"entity defined through itself",
-                 "<!DOCTYPE QUORL [<!ENTITY a \"&a;\">]><QUORL>&a;</QUORL>", 9, nullptr},
+        LoadCase{"entity defined through itself", "<!DOCTYPE QUORL [<!ENTITY a \"&a;\">]><QUORL>&a;</QUORL>", 9,
+                 nullptr},
         LoadCase{"DOCTYPE cut short", "<!DOCTYPE QUORL [<!ENTITY a \"x", 34, nullptr},
         LoadCase{"encoding the reader cannot decode", "<?xml version=\"1.0\" encoding=\"EBCDIC\"?><QUORL/>", 6,
                  nullptr},
         LoadCase{"root is not QUORL", "<Config/>", 16, "Config"},
         LoadCase{"required Version missing", "<QUORL><Configuration><Name>B</Name></Configuration></QUORL>", 21,
                  "Version"},
-        LoadCase{"address without 0x", attr("Addr32Attribute", "<Name>a</Name><DefaultValue>10</DefaultValue>"),
-                 22, "DefaultValue"},
-        LoadCase{"markup that breaks a value", attr("StringAttribute", "<Name>a<!x</Name><DefaultValue/>"), 29,
-                 "Name"},
+        LoadCase{"address without 0x", attr("Addr32Attribute", "<Name>a</Name><DefaultValue>10</DefaultValue>"), 22,
+                 "DefaultValue"},
+        LoadCase{"markup that breaks a value", attr("StringAttribute", "<Name>a<!x</Name><DefaultValue/>"), 29, "Name"},
         LoadCase{"unknown child of an all-group", attr("BoolAttribute", "<Name>a</Name><Frob/>"), 30, "Frob"},
         LoadCase{"self-closed attribute element", block("<StringAttribute/>"), 32, "StringAttribute"},
         LoadCase{"file ends inside the document", kHead + "<ConfigBlock><Name>A</Name>", 34, nullptr},
@@ -94,49 +95,81 @@ INSTANTIATE_TEST_SUITE_P(
                  "id"},
 
         // Borders between the codes.
-        LoadCase{"ConfigBlock before Version", "<QUORL><Configuration><Name>B</Name><ConfigBlock/></Configuration></QUORL>",
-                 21, "Version"},
+        LoadCase{"ConfigBlock before Version",
+                 "<QUORL><Configuration><Name>B</Name><ConfigBlock/></Configuration></QUORL>", 21, "Version"},
         LoadCase{"all-group missing DefaultValue", attr("UInt32Attribute", "<Name>x</Name>"), 21, "UInt32Attribute"},
-        LoadCase{"float bound missing its value", attr("FloatAttribute",
-                 "<Name>f</Name><DefaultValue>1</DefaultValue><FloatRange><MinFloatValue><MinInclusive>true</MinInclusive></MinFloatValue></FloatRange>"),
+        LoadCase{"float bound missing its value",
+                 attr("FloatAttribute",
+                      "<Name>f</Name><DefaultValue>1</DefaultValue><FloatRange><MinFloatValue><MinInclusive>true</"
+                      "MinInclusive></MinFloatValue></FloatRange>"),
                  21, "MinFloatValue"},
-        LoadCase{"float: ReadOnly before DefaultValue", attr("FloatAttribute", "<Name>f</Name><ReadOnly>1</ReadOnly><DefaultValue>1</DefaultValue>"),
-                 21, "DefaultValue"},
-        LoadCase{"float: ReadOnly after the range", attr("FloatAttribute",
-                 "<Name>f</Name><DefaultValue>1</DefaultValue><FloatRange/><ReadOnly>1</ReadOnly>"), 10, "FloatAttribute"},
-        LoadCase{"uint32: ReadOnly before Name is fine", attr("UInt32Attribute",
-                 "<ReadOnly>1</ReadOnly><DefaultValue>3</DefaultValue><Name>x</Name>"), 0, nullptr},
-        LoadCase{"Int32 below minimum", attr("Int32Attribute", "<Name>x</Name><DefaultValue>-2147483649</DefaultValue>"), 37, nullptr},
-        LoadCase{"Int64 of forty digits", attr("Int64Attribute", "<Name>x</Name><DefaultValue>1234567890123456789012345678901234567890</DefaultValue>"), 36, nullptr},
-        LoadCase{"UInt64 largest", attr("UInt64Attribute", "<Name>x</Name><DefaultValue>18446744073709551615</DefaultValue>"), 0, nullptr},
-        LoadCase{"UInt64 one above", attr("UInt64Attribute", "<Name>x</Name><DefaultValue>18446744073709551616</DefaultValue>"), 36, nullptr},
+        LoadCase{"float: ReadOnly before DefaultValue",
+                 attr("FloatAttribute", "<Name>f</Name><ReadOnly>1</ReadOnly><DefaultValue>1</DefaultValue>"), 21,
+                 "DefaultValue"},
+        LoadCase{
+            "float: ReadOnly after the range",
+            attr("FloatAttribute", "<Name>f</Name><DefaultValue>1</DefaultValue><FloatRange/><ReadOnly>1</ReadOnly>"),
+            10, "FloatAttribute"},
+        LoadCase{"uint32: ReadOnly before Name is fine",
+                 attr("UInt32Attribute", "<ReadOnly>1</ReadOnly><DefaultValue>3</DefaultValue><Name>x</Name>"), 0,
+                 nullptr},
+        LoadCase{"Int32 below minimum",
+                 attr("Int32Attribute", "<Name>x</Name><DefaultValue>-2147483649</DefaultValue>"), 37, nullptr},
+        LoadCase{"Int64 of forty digits",
+                 attr("Int64Attribute",
+                      "<Name>x</Name><DefaultValue>1234567890123456789012345678901234567890</DefaultValue>"),
+                 36, nullptr},
+        LoadCase{"UInt64 largest",
+                 attr("UInt64Attribute", "<Name>x</Name><DefaultValue>18446744073709551615</DefaultValue>"), 0,
+                 nullptr},
+        LoadCase{"UInt64 one above",
+                 attr("UInt64Attribute", "<Name>x</Name><DefaultValue>18446744073709551616</DefaultValue>"), 36,
+                 nullptr},
         LoadCase{"blanks around a number collapse", u32("  7 "), 0, nullptr},
         LoadCase{"empty number", u32(""), 35, nullptr},
-        LoadCase{"upper-case 0X", attr("Addr32Attribute", "<Name>a</Name><DefaultValue>0X10</DefaultValue>"), 22, nullptr},
-        LoadCase{"nine digits in Addr32", attr("Addr32Attribute", "<Name>a</Name><DefaultValue>0x123456789</DefaultValue>"), 22, nullptr},
-        LoadCase{"sixteen digits in Addr64", attr("Addr64Attribute", "<Name>a</Name><DefaultValue>0xFFFFFFFFFFFFFFFF</DefaultValue>"), 0, nullptr},
-        LoadCase{"bad address bound", attr("Addr64Attribute", "<Name>a</Name><DefaultValue>0x1</DefaultValue><Addr64Range><MinValue>1</MinValue></Addr64Range>"), 22, "MinValue"},
-        LoadCase{"flag spelled True", attr("BoolAttribute", "<Name>a</Name><DefaultValue>True</DefaultValue>"), 35, nullptr},
-        LoadCase{"float in lower-case inf", attr("DoubleAttribute", "<Name>a</Name><DefaultValue>inf</DefaultValue>"), 35, nullptr},
-        LoadCase{"second range bound", attr("Int32Attribute", "<Name>a</Name><DefaultValue>1</DefaultValue><Int32Range><MinValue>1</MinValue><MinValue>2</MinValue></Int32Range>"), 2, "MinValue"},
+        LoadCase{"upper-case 0X", attr("Addr32Attribute", "<Name>a</Name><DefaultValue>0X10</DefaultValue>"), 22,
+                 nullptr},
+        LoadCase{"nine digits in Addr32",
+                 attr("Addr32Attribute", "<Name>a</Name><DefaultValue>0x123456789</DefaultValue>"), 22, nullptr},
+        LoadCase{"sixteen digits in Addr64",
+                 attr("Addr64Attribute", "<Name>a</Name><DefaultValue>0xFFFFFFFFFFFFFFFF</DefaultValue>"), 0, nullptr},
+        LoadCase{
+            "bad address bound",
+            attr("Addr64Attribute",
+                 "<Name>a</Name><DefaultValue>0x1</DefaultValue><Addr64Range><MinValue>1</MinValue></Addr64Range>"),
+            22, "MinValue"},
+        LoadCase{"flag spelled True", attr("BoolAttribute", "<Name>a</Name><DefaultValue>True</DefaultValue>"), 35,
+                 nullptr},
+        LoadCase{"float in lower-case inf", attr("DoubleAttribute", "<Name>a</Name><DefaultValue>inf</DefaultValue>"),
+                 35, nullptr},
+        LoadCase{"second range bound",
+                 attr("Int32Attribute",
+                      "<Name>a</Name><DefaultValue>1</DefaultValue><Int32Range><MinValue>1</MinValue><MinValue>2</"
+                      "MinValue></Int32Range>"),
+                 2, "MinValue"},
         LoadCase{"empty default counts as false", doc("<default/>"), 0, nullptr},
         LoadCase{"default must be a flag", doc("<default>maybe</default>"), 35, "default"},
         LoadCase{"unknown child of Configuration", doc("<Frob/>"), 10, "Configuration"},
         LoadCase{"self-closed QUORL", "<QUORL/>", 32, "QUORL"},
         LoadCase{"QUORL with a prefix", "<q:QUORL xmlns:q=\"urn:q\"></q:QUORL>", 16, "QUORL"},
-        LoadCase{"schema location on the root is skipped",
-                 "<QUORL xmlns:xsi=\"http://www.w3.org/2001/XMLSchema-instance\" xsi:noNamespaceSchemaLocation=\"q.xsd\">"
-                 "<Configuration><Name>B</Name><Version>1</Version></Configuration></QUORL>", 0, nullptr},
-        LoadCase{"attribute on a value element", attr("StringAttribute", "<Name a='1'>x</Name><DefaultValue/>"), 39, "a"},
+        LoadCase{
+            "schema location on the root is skipped",
+            "<QUORL xmlns:xsi=\"http://www.w3.org/2001/XMLSchema-instance\" xsi:noNamespaceSchemaLocation=\"q.xsd\">"
+            "<Configuration><Name>B</Name><Version>1</Version></Configuration></QUORL>",
+            0, nullptr},
+        LoadCase{"attribute on a value element", attr("StringAttribute", "<Name a='1'>x</Name><DefaultValue/>"), 39,
+                 "a"},
         LoadCase{"empty file", "", 16, nullptr}));
 
 // What the binding holds after reading, checked field by field.
 TEST(Binding, ReadsValuesInTheirFieldTypes) {
-    Loaded l = load(block(
-        "<Int32Attribute><Name>i</Name><DefaultValue>+5</DefaultValue><Int32Range><MaxValue>9</MaxValue></Int32Range></Int32Attribute>"
-        "<Addr64Attribute><Name>a</Name><DefaultValue>0xABC</DefaultValue></Addr64Attribute>"
-        "<EnumAttribute><AllowMultiple>0</AllowMultiple><Name> e </Name><DefaultValue>a, b</DefaultValue><EnumValues>a;b</EnumValues></EnumAttribute>"
-        "<ConfigBlock><Name>inner</Name><Mutable>true</Mutable></ConfigBlock>"));
+    Loaded l =
+        load(block("<Int32Attribute><Name>i</Name><DefaultValue>+5</DefaultValue><Int32Range><MaxValue>9</MaxValue></"
+                   "Int32Range></Int32Attribute>"
+                   "<Addr64Attribute><Name>a</Name><DefaultValue>0xABC</DefaultValue></Addr64Attribute>"
+                   "<EnumAttribute><AllowMultiple>0</AllowMultiple><Name> e </Name><DefaultValue>a, "
+                   "b</DefaultValue><EnumValues>a;b</EnumValues></EnumAttribute>"
+                   "<ConfigBlock><Name>inner</Name><Mutable>true</Mutable></ConfigBlock>"));
     ASSERT_EQ(0, l.code);
     const c_ConfigBlock& b = l.root.get_Configuration().get_ConfigBlock(0);
     ASSERT_EQ(4u, b.size_StringAttribute());
@@ -252,7 +285,11 @@ TEST(Binding, CopiesAreDeep) {
     ASSERT_EQ(0, l.code);
     c_QUORL copy = l.root;
     copy.get_Configuration().get_ConfigBlock(0).get_StringAttribute(0).as<c_UInt32Attribute>()->set_DefaultValue(8);
-    EXPECT_EQ(7u, l.root.get_Configuration().get_ConfigBlock(0).get_StringAttribute(0).as<c_UInt32Attribute>()->get_DefaultValue());
+    EXPECT_EQ(7u, l.root.get_Configuration()
+                      .get_ConfigBlock(0)
+                      .get_StringAttribute(0)
+                      .as<c_UInt32Attribute>()
+                      ->get_DefaultValue());
 }
 
 std::string nested(int depth) {

@@ -26,11 +26,11 @@ std::string doc(const std::string& blocks) {
     return kProlog + "<QUORL><Configuration><Name>B</Name><Version>1</Version>" + blocks + "</Configuration></QUORL>";
 }
 
+using rq7test::logged;
 using rq7test::readFile;
 using rq7test::ScratchDir;
-using rq7test::writeFile;
-using rq7test::logged;
 using rq7test::typedAttribute;
+using rq7test::writeFile;
 
 size_t count(const std::string& text, const std::string& part) {
     size_t n = 0;
@@ -44,8 +44,8 @@ TEST(Loader, ExtensionRule) {
     struct Row {
         const char* path;
         bool accepted;
-    } rows[] = {{"CONFIG.XML", true},    {"config.xml.bak", false}, {"a.xmlx", true},
-                {"a.Xml", false},        {"dir.xml/config", false}, {"/some/dir/b.xml", true}};
+    } rows[] = {{"CONFIG.XML", true}, {"config.xml.bak", false}, {"a.xmlx", true},
+                {"a.Xml", false},     {"dir.xml/config", false}, {"/some/dir/b.xml", true}};
     for (const Row& r : rows) EXPECT_EQ(r.accepted, hasConfigurationExtension(r.path)) << r.path;
 
     ScratchDir dir;
@@ -94,7 +94,8 @@ TEST(Loader, ValuesRangesAndSentinels) {
         "<UInt64Attribute><Name>big</Name><DefaultValue>18446744073709551615</DefaultValue></UInt64Attribute>"
         "<Addr32Attribute><Name>a</Name><DefaultValue>0xABCDEF01</DefaultValue></Addr32Attribute>"
         "<FloatAttribute><Name>f</Name><DefaultValue>-2.5</DefaultValue>"
-        "<FloatRange><MaxFloatValue><MaxValue>3</MaxValue><MaxInclusive>false</MaxInclusive></MaxFloatValue></FloatRange>"
+        "<FloatRange><MaxFloatValue><MaxValue>3</MaxValue><MaxInclusive>false</MaxInclusive></MaxFloatValue></"
+        "FloatRange>"
         "</FloatAttribute>"
         "<EnumAttribute><Name>e</Name><DefaultValue>a, b;c</DefaultValue><EnumValues>a,,b</EnumValues></EnumAttribute>"
         "<BoolAttribute><Name>b</Name><DefaultValue>1</DefaultValue><ReadOnly>true</ReadOnly>"
@@ -135,13 +136,13 @@ TEST(Loader, ValuesRangesAndSentinels) {
 // Each element picks its own class: a mutable attribute in a plain block and
 // a plain attribute in a mutable block.
 TEST(Loader, MutableOrPlainPerElement) {
-    ConfigurationPtr cfg = loadText(doc(
-        "<ConfigBlock><Name>P</Name>"
-        "<StringAttribute><Name>m</Name><DefaultValue/><Mutable>true</Mutable></StringAttribute>"
-        "<StringAttribute><Name>f</Name><DefaultValue/><Mutable>false</Mutable></StringAttribute>"
-        "<ConfigBlock><Name>M</Name><Mutable>1</Mutable>"
-        "<PathAttribute><Name>p</Name><DefaultValue>/x</DefaultValue></PathAttribute></ConfigBlock>"
-        "</ConfigBlock>"));
+    ConfigurationPtr cfg =
+        loadText(doc("<ConfigBlock><Name>P</Name>"
+                     "<StringAttribute><Name>m</Name><DefaultValue/><Mutable>true</Mutable></StringAttribute>"
+                     "<StringAttribute><Name>f</Name><DefaultValue/><Mutable>false</Mutable></StringAttribute>"
+                     "<ConfigBlock><Name>M</Name><Mutable>1</Mutable>"
+                     "<PathAttribute><Name>p</Name><DefaultValue>/x</DefaultValue></PathAttribute></ConfigBlock>"
+                     "</ConfigBlock>"));
     ASSERT_TRUE(cfg);
     ConfigBlockPtr p = cfg->getConfigBlock("P");
     EXPECT_TRUE(boost::dynamic_pointer_cast<ConfigBlockXml>(p));
@@ -159,7 +160,8 @@ TEST(Loader, DuplicatesAreLoggedAndDropped) {
     const std::string attributes =
         "<StringAttribute><Name>x</Name><DefaultValue>first</DefaultValue></StringAttribute>"
         "<StringAttribute><Name>x</Name><DefaultValue>second</DefaultValue></StringAttribute>"
-        "<ConfigBlock><Name>c</Name><StringAttribute><Name>y</Name><DefaultValue>1</DefaultValue></StringAttribute></ConfigBlock>"
+        "<ConfigBlock><Name>c</Name><StringAttribute><Name>y</Name><DefaultValue>1</DefaultValue></StringAttribute></"
+        "ConfigBlock>"
         "<ConfigBlock><Name>c</Name></ConfigBlock>";
     struct Row {
         const char* mutableElement;
@@ -168,8 +170,8 @@ TEST(Loader, DuplicatesAreLoggedAndDropped) {
     for (const Row& r : rows) {
         ConfigurationPtr cfg;
         const std::string out = logged([&] {
-            cfg = loadText(doc("<ConfigBlock><Name>A</Name>" + std::string(r.mutableElement) + attributes +
-                               "</ConfigBlock>"));
+            cfg = loadText(
+                doc("<ConfigBlock><Name>A</Name>" + std::string(r.mutableElement) + attributes + "</ConfigBlock>"));
         });
         ASSERT_TRUE(cfg);
         EXPECT_EQ(1u, count(out, std::string(r.channel) + " ERROR: duplicate attribute was found\n")) << out;
@@ -183,8 +185,9 @@ TEST(Loader, DuplicatesAreLoggedAndDropped) {
 
     ConfigurationPtr cfg;
     const std::string out = logged([&] {
-        cfg = loadText(doc("<ConfigBlock><Name>A</Name><StringAttribute><Name>v</Name><DefaultValue>1</DefaultValue>"
-                           "</StringAttribute></ConfigBlock><ConfigBlock><Name>A</Name></ConfigBlock>"));
+        cfg =
+            loadText(doc("<ConfigBlock><Name>A</Name><StringAttribute><Name>v</Name><DefaultValue>1</DefaultValue>"
+                         "</StringAttribute></ConfigBlock><ConfigBlock><Name>A</Name></ConfigBlock>"));
     });
     ASSERT_TRUE(cfg);
     EXPECT_EQ("", out);
@@ -247,14 +250,15 @@ std::string block(const std::string& name, const std::string& lines) {
 INSTANTIATE_TEST_SUITE_P(
     Loader, SavedText,
     ::testing::Values(
-        RoundTrip{"top-level blocks sorted, attributes before blocks",
-                  "<ConfigBlock><Name>b</Name><ConfigBlock><Name>in</Name></ConfigBlock>"
-                  "<BoolAttribute><Name>x</Name><DefaultValue>0</DefaultValue></BoolAttribute></ConfigBlock>"
-                  "<ConfigBlock><Name>a</Name></ConfigBlock>",
-                  block("a", "") +
-                      block("b",
-                            "\t\t\t<BoolAttribute>\n\t\t\t\t<Name>x</Name>\n\t\t\t\t<DefaultValue>false</DefaultValue>\n"
-                            "\t\t\t</BoolAttribute>\n\t\t\t<ConfigBlock>\n\t\t\t\t<Name>in</Name>\n\t\t\t</ConfigBlock>\n")},
+        RoundTrip{
+            "top-level blocks sorted, attributes before blocks",
+            "<ConfigBlock><Name>b</Name><ConfigBlock><Name>in</Name></ConfigBlock>"
+            "<BoolAttribute><Name>x</Name><DefaultValue>0</DefaultValue></BoolAttribute></ConfigBlock>"
+            "<ConfigBlock><Name>a</Name></ConfigBlock>",
+            block("a", "") +
+                block("b",
+                      "\t\t\t<BoolAttribute>\n\t\t\t\t<Name>x</Name>\n\t\t\t\t<DefaultValue>false</DefaultValue>\n"
+                      "\t\t\t</BoolAttribute>\n\t\t\t<ConfigBlock>\n\t\t\t\t<Name>in</Name>\n\t\t\t</ConfigBlock>\n")},
         RoundTrip{"normal forms of numbers and addresses",
                   "<ConfigBlock><Name>n</Name>"
                   "<Int32Attribute><DefaultValue> +5 </DefaultValue><Name>i</Name></Int32Attribute>"
@@ -307,9 +311,10 @@ INSTANTIATE_TEST_SUITE_P(
         RoundTrip{"enum with several values keeps AllowMultiple",
                   "<ConfigBlock><Name>e</Name><EnumAttribute><Name>m</Name><DefaultValue>a:b</DefaultValue>"
                   "<EnumValues>a,b,c</EnumValues></EnumAttribute></ConfigBlock>",
-                  block("e", "\t\t\t<EnumAttribute>\n\t\t\t\t<Name>m</Name>\n\t\t\t\t<DefaultValue>a,b</DefaultValue>\n"
-                             "\t\t\t\t<EnumValues>a,b,c</EnumValues>\n\t\t\t\t<AllowMultiple>true</AllowMultiple>\n"
-                             "\t\t\t</EnumAttribute>\n")}));
+                  block("e",
+                        "\t\t\t<EnumAttribute>\n\t\t\t\t<Name>m</Name>\n\t\t\t\t<DefaultValue>a,b</DefaultValue>\n"
+                        "\t\t\t\t<EnumValues>a,b,c</EnumValues>\n\t\t\t\t<AllowMultiple>true</AllowMultiple>\n"
+                        "\t\t\t</EnumAttribute>\n")}));
 
 // ---- Saving never loses the user's file -------------------------------------------------
 

@@ -29,7 +29,9 @@ boost::shared_ptr<MutableConfigBlockXml> makeParent() {
 }
 
 // A block implementation whose lists are missing.
-rq7test::StubBlock listless() { return rq7test::StubBlock("listless", "X.listless", nullptr, nullptr); }
+rq7test::StubBlock listless() {
+    return rq7test::StubBlock("listless", "X.listless", nullptr, nullptr);
+}
 
 struct EditCase {
     const char* what;
@@ -46,8 +48,7 @@ TEST_P(Edit, ChangesTheChildrenOrLogs) {
     auto parent = makeParent();
     const std::string out = logged([&] { c.edit(*parent); });
     if (*c.logLine)
-        EXPECT_NE(std::string::npos,
-                  out.find(std::string("[quorl.mutableconfigblock.xml] ERROR: ") + c.logLine + "\n"))
+        EXPECT_NE(std::string::npos, out.find(std::string("[quorl.mutableconfigblock.xml] ERROR: ") + c.logLine + "\n"))
             << c.what << ": " << out;
     else
         EXPECT_EQ("", out) << c.what;
@@ -78,19 +79,19 @@ INSTANTIATE_TEST_SUITE_P(
                  [](MutableConfigBlockXml& p) { p.addMutableConfigAttribute(*makeBoolAttribute("b", true)); },
                  "invalid config attribute", 1, 1},
         EditCase{"add an editable attribute",
-                 [](MutableConfigBlockXml& p) { p.addMutableConfigAttribute(MutableInt64AttributeXml("b")); }, "",
-                 2, 1},
+                 [](MutableConfigBlockXml& p) { p.addMutableConfigAttribute(MutableInt64AttributeXml("b")); }, "", 2,
+                 1},
         EditCase{"copy a block whose lists are missing",
                  [](MutableConfigBlockXml& p) { p.addConfigBlock(MutableConfigBlockXml(listless())); },
                  "invalid attributes for config block", 1, 2},
         EditCase{"copy a block whose block list is missing",
                  [](MutableConfigBlockXml& p) { p.addConfigBlock(MutableConfigBlockXml(listless())); },
                  "invalid blocks for config block", 1, 2},
-        EditCase{"remove a missing block", [](MutableConfigBlockXml& p) { EXPECT_FALSE(p.removeConfigBlock("x")); },
-                 "", 1, 1},
+        EditCase{"remove a missing block", [](MutableConfigBlockXml& p) { EXPECT_FALSE(p.removeConfigBlock("x")); }, "",
+                 1, 1},
         EditCase{"remove a block", [](MutableConfigBlockXml& p) { EXPECT_TRUE(p.removeConfigBlock("c")); }, "", 1, 0},
-        EditCase{"remove an attribute", [](MutableConfigBlockXml& p) { EXPECT_TRUE(p.removeConfigAttribute("a")); },
-                 "", 0, 1},
+        EditCase{"remove an attribute", [](MutableConfigBlockXml& p) { EXPECT_TRUE(p.removeConfigAttribute("a")); }, "",
+                 0, 1},
         EditCase{"remove everything",
                  [](MutableConfigBlockXml& p) {
                      p.removeConfigAttributes();

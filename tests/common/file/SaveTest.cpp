@@ -36,9 +36,7 @@ public:
         char name[] = "/tmp/rq7-save-XXXXXX";
         path = ::mkdtemp(name);
     }
-    ~TempDir() {
-        std::system(("chmod -R u+w '" + path + "' 2>/dev/null; rm -rf '" + path + "'").c_str());
-    }
+    ~TempDir() { std::system(("chmod -R u+w '" + path + "' 2>/dev/null; rm -rf '" + path + "'").c_str()); }
     std::string file(const std::string& name) const { return path + "/" + name; }
     // The names in the folder, in no particular order.
     std::vector<std::string> entries() const {
@@ -60,7 +58,9 @@ std::string readFile(const std::string& path) {
     return os.str();
 }
 
-void writeFile(const std::string& path, const std::string& text) { std::ofstream(path, std::ios::binary) << text; }
+void writeFile(const std::string& path, const std::string& text) {
+    std::ofstream(path, std::ios::binary) << text;
+}
 
 std::function<bool(std::ostream&)> writing(const std::string& text) {
     return [text](std::ostream& os) {
@@ -112,17 +112,19 @@ TEST(ReplaceFile, FailuresGiveTheirReasonAndKeepTheOriginal) {
             TempDir dir;
             writeFile(dir.file("keep.xml"), "original");
             ::mkdir(dir.file("sub").c_str(), 0755);
-            const int error = replaceFile(dir.file(r.name), [&](std::ostream& os) {
-                os << "<QUORL>";
-                return !r.writerFails;
-            }, method);
+            const int error = replaceFile(
+                dir.file(r.name),
+                [&](std::ostream& os) {
+                    os << "<QUORL>";
+                    return !r.writerFails;
+                },
+                method);
             EXPECT_EQ(error, r.error) << r.what << ": " << std::strerror(error);
             EXPECT_EQ(readFile(dir.file("keep.xml")), "original") << r.what;
             EXPECT_EQ(dir.entries().size(), 2u) << r.what << ": a temporary was left";
             errno = 0;
-            EXPECT_FALSE(quorl::replaceFileSafely(dir.file(r.name), std::ios::out, [&](std::ostream& os) {
-                return !r.writerFails;
-            }));
+            EXPECT_FALSE(quorl::replaceFileSafely(dir.file(r.name), std::ios::out,
+                                                  [&](std::ostream& os) { return !r.writerFails; }));
             EXPECT_EQ(errno, r.error) << r.what;
         }
     }

@@ -16,8 +16,8 @@ namespace {
 
 std::string workaround(const std::string& id, const std::string& state = "0", const std::string& priority = "1",
                        const std::string& soc = "KA7710X") {
-    return "<Workaround><Id>" + id + "</Id><State>" + state + "</State><Priority>" + priority +
-           "</Priority><SocName>" + soc + "</SocName></Workaround>";
+    return "<Workaround><Id>" + id + "</Id><State>" + state + "</State><Priority>" + priority + "</Priority><SocName>" +
+           soc + "</SocName></Workaround>";
 }
 
 struct RegistryCase {
@@ -47,13 +47,13 @@ INSTANTIATE_TEST_SUITE_P(
                      "<WorkaroundsRegistry><Version>2</Version><Workarounds>" + workaround("1") + workaround("2") +
                          "</Workarounds></WorkaroundsRegistry>",
                      0, c_WorkaroundsRegistry_2::kind_WorkaroundsRegistry},
-        RegistryCase{"registry without Workarounds", "<WorkaroundsRegistry><Version>2</Version></WorkaroundsRegistry>", 0,
-                     c_WorkaroundsRegistry_2::kind_WorkaroundsRegistry},
+        RegistryCase{"registry without Workarounds", "<WorkaroundsRegistry><Version>2</Version></WorkaroundsRegistry>",
+                     0, c_WorkaroundsRegistry_2::kind_WorkaroundsRegistry},
         RegistryCase{"a lone Workaround as root", workaround("7"), 0, c_WorkaroundsRegistry_2::kind_Workaround},
         RegistryCase{"an empty list as root", "<Workarounds/>", 0, c_WorkaroundsRegistry_2::kind_Workarounds},
         RegistryCase{"SocName before Priority",
-                     "<Workaround><Id>1</Id><State>0</State><SocName>x</SocName><Priority>1</Priority></Workaround>", 21,
-                     0},
+                     "<Workaround><Id>1</Id><State>0</State><SocName>x</SocName><Priority>1</Priority></Workaround>",
+                     21, 0},
         RegistryCase{"Version missing", "<WorkaroundsRegistry><Workarounds/></WorkaroundsRegistry>", 21, 0},
         RegistryCase{"negative Id", workaround("-1"), 37, 0},
         RegistryCase{"Id too large", workaround("4294967296"), 36, 0},

@@ -59,9 +59,12 @@ bool endsWith(const std::string& s, const std::string& tail) {
 std::string escaped(const std::string& text) {
     std::string out;
     for (char c : text) {
-        if (c == '&') out += "&amp;";
-        else if (c == '<') out += "&lt;";
-        else out += c;
+        if (c == '&')
+            out += "&amp;";
+        else if (c == '<')
+            out += "&lt;";
+        else
+            out += c;
     }
     return out;
 }
@@ -86,10 +89,14 @@ public:
         }
         // Values most often; a dropped or renamed block mostly takes modules away.
         switch (pick(8)) {
-            case 0: return renameBlock();
-            case 1: return drop(pick(4) ? attributes : blocks);
-            case 2: return duplicate(pick(2) ? blocks : attributes);
-            default: return replaceValue();
+            case 0:
+                return renameBlock();
+            case 1:
+                return drop(pick(4) ? attributes : blocks);
+            case 2:
+                return duplicate(pick(2) ? blocks : attributes);
+            default:
+                return replaceValue();
         }
     }
 
@@ -105,12 +112,39 @@ private:
     }
     // A number for a field of `bits` bits, mostly one at an edge.
     std::string number(unsigned bits, bool hex, bool isSigned) {
-        static const uint64_t interesting[] = {0, 1, 2, 3, 4, 7, 8, 15, 16, 31, 32, 64, 111, 112, 127, 128, 255,
-                                               256, 4095, 4096, 65535, 65536, 0x7fffffff, 0x80000000,
-                                               0xffffffff, 0x100000000ull, 0x80000000ull << 32, ~0ull};
+        static const uint64_t interesting[] = {0,
+                                               1,
+                                               2,
+                                               3,
+                                               4,
+                                               7,
+                                               8,
+                                               15,
+                                               16,
+                                               31,
+                                               32,
+                                               64,
+                                               111,
+                                               112,
+                                               127,
+                                               128,
+                                               255,
+                                               256,
+                                               4095,
+                                               4096,
+                                               65535,
+                                               65536,
+                                               0x7fffffff,
+                                               0x80000000,
+                                               0xffffffff,
+                                               0x100000000ull,
+                                               0x80000000ull << 32,
+                                               ~0ull};
         uint64_t v = pick(3) ? interesting[pick(sizeof interesting / sizeof *interesting)] : random();
-        if (bits == 32) v &= isSigned ? 0x7fffffffu : 0xffffffffu;
-        else if (isSigned) v &= ~0ull >> 1;
+        if (bits == 32)
+            v &= isSigned ? 0x7fffffffu : 0xffffffffu;
+        else if (isSigned)
+            v &= ~0ull >> 1;
         if (hex) {
             char buffer[24];
             std::snprintf(buffer, sizeof buffer, "0x%llx", static_cast<unsigned long long>(v));
@@ -128,14 +162,22 @@ private:
         const std::string kind = owner.name.substr(0, owner.name.size() - std::string("Attribute").size());
         std::string v;
         const unsigned bits = endsWith(kind, "32") ? 32 : 64;
-        if (pick(32) == 0) v = word();  // mostly refused by the loader, now and then worth it
-        else if (kind == "Bool") v = pick(2) ? "true" : "false";
-        else if (kind == "Addr32" || kind == "Addr64") v = number(bits, true, false);
-        else if (kind == "Int32" || kind == "Int64") v = number(bits, false, true);
-        else if (kind == "UInt32" || kind == "UInt64") v = number(bits, false, false);
-        else if (kind == "Float" || kind == "Double") v = pick(2) ? "1.5" : number(32, false, true);
-        else if (kind == "Enum") v = enumValue(owner);
-        else v = names.empty() || pick(2) ? word() : names[pick(names.size())];
+        if (pick(32) == 0)
+            v = word();  // mostly refused by the loader, now and then worth it
+        else if (kind == "Bool")
+            v = pick(2) ? "true" : "false";
+        else if (kind == "Addr32" || kind == "Addr64")
+            v = number(bits, true, false);
+        else if (kind == "Int32" || kind == "Int64")
+            v = number(bits, false, true);
+        else if (kind == "UInt32" || kind == "UInt64")
+            v = number(bits, false, false);
+        else if (kind == "Float" || kind == "Double")
+            v = pick(2) ? "1.5" : number(32, false, true);
+        else if (kind == "Enum")
+            v = enumValue(owner);
+        else
+            v = names.empty() || pick(2) ? word() : names[pick(names.size())];
         return replaced(value, v);
     }
     std::string enumValue(const Element& owner) {
@@ -144,8 +186,10 @@ private:
             std::vector<std::string> items;
             std::string list = content(elements[i]), item;
             for (char c : list + ",") {
-                if (c == ',') items.push_back(item), item.clear();
-                else item += c;
+                if (c == ',')
+                    items.push_back(item), item.clear();
+                else
+                    item += c;
             }
             if (pick(4) == 0 && items.size() > 1) return items[pick(items.size())] + "," + items[pick(items.size())];
             return items[pick(items.size())];
@@ -156,9 +200,12 @@ private:
         if (blockNames.empty()) return "";
         const Element& name = elements[blockNames[pick(blockNames.size())]];
         switch (pick(3)) {
-            case 0: return replaced(name, word());
-            case 1: return replaced(name, names[pick(names.size())]);
-            default: return replaced(name, content(name) + " " + std::to_string(pick(4)));
+            case 0:
+                return replaced(name, word());
+            case 1:
+                return replaced(name, names[pick(names.size())]);
+            default:
+                return replaced(name, content(name) + " " + std::to_string(pick(4)));
         }
     }
     std::string drop(const std::vector<size_t>& from) {
@@ -181,6 +228,8 @@ private:
 
 }  // namespace
 
-std::string mutateConfiguration(const std::string& text, unsigned seed) { return Mutator(text, seed).run(); }
+std::string mutateConfiguration(const std::string& text, unsigned seed) {
+    return Mutator(text, seed).run();
+}
 
 }  // namespace rq7fuzz

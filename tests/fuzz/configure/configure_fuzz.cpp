@@ -36,8 +36,8 @@ Counts counts;
 
 void printReach() {
     const double share = counts.inputs ? 100.0 * double(counts.reached) / double(counts.inputs) : 0.0;
-    std::fprintf(stderr, "configure_fuzz: %lu inputs, %lu loaded, %lu reached the modules (%.1f%%)\n",
-                 counts.inputs, counts.loaded, counts.reached, share);
+    std::fprintf(stderr, "configure_fuzz: %lu inputs, %lu loaded, %lu reached the modules (%.1f%%)\n", counts.inputs,
+                 counts.loaded, counts.reached, share);
 }
 
 // The plugin saves the tree back to its own path: a file in a private folder,
@@ -81,7 +81,9 @@ extern "C" size_t LLVMFuzzerCustomMutator(uint8_t* data, size_t size, size_t max
 #endif
 
 // Inputs so far that reached module loading; read by the corpus replay test.
-unsigned long configureFuzzReached() { return counts.reached; }
+unsigned long configureFuzzReached() {
+    return counts.reached;
+}
 
 extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv) {
     for (int i = 1; i < *argc; ++i)
@@ -99,8 +101,7 @@ extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv) {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     ++counts.inputs;
     xrt::exrt_error code;
-    quorl::ConfigurationPtr cfg =
-        quorl::loadConfigurationFromMemory(reinterpret_cast<const char*>(data), size, &code);
+    quorl::ConfigurationPtr cfg = quorl::loadConfigurationFromMemory(reinterpret_cast<const char*>(data), size, &code);
     if (!cfg) return 0;
     ++counts.loaded;
 

@@ -28,8 +28,7 @@ std::string saveToText(const quorl::ConfigurationPtr& cfg) {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     xrt::exrt_error code;
-    quorl::ConfigurationPtr cfg =
-        quorl::loadConfigurationFromMemory(reinterpret_cast<const char*>(data), size, &code);
+    quorl::ConfigurationPtr cfg = quorl::loadConfigurationFromMemory(reinterpret_cast<const char*>(data), size, &code);
     if ((code == 0) != static_cast<bool>(cfg)) std::abort();
     if (!cfg) return 0;
 

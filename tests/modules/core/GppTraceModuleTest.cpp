@@ -34,9 +34,15 @@ Seq operator+(Seq a, const Seq& b) {
     a.insert(a.end(), b.begin(), b.end());
     return a;
 }
-Access W(uint32_t offset, uint64_t value) { return Access::write(B + offset, value, 4, SPACE); }
-Access W8(uint32_t offset, uint64_t value) { return Access::write(B + offset, value, 8, SPACE); }
-Access R(uint32_t offset, uint64_t value) { return Access::read(B + offset, value, 4, SPACE); }
+Access W(uint32_t offset, uint64_t value) {
+    return Access::write(B + offset, value, 4, SPACE);
+}
+Access W8(uint32_t offset, uint64_t value) {
+    return Access::write(B + offset, value, 8, SPACE);
+}
+Access R(uint32_t offset, uint64_t value) {
+    return Access::read(B + offset, value, 4, SPACE);
+}
 // Address comparator i: value, then access type (default: no context match,
 // EXLEVEL 0xF, every level excluded, in both security states).
 Seq cmp(unsigned i, uint64_t address, uint64_t type = 0xFF00) {
@@ -105,8 +111,8 @@ TEST_F(GppTrace, MinimalConfigureGolden) {
     ASSERT_TRUE(core.configure(process));
     EXPECT_EQ(process->accesses,
               (Seq{W(0x300, 0), W(0xFB0, 0xC5ACCE55), W(0x004, 0), R(0x1E8, 0), R(0x1F0, 0), W(0x010, 0x46),
-                   W(0x020, 0), W(0x024, 0), W(0x040, ATB), W(0x034, 10), W(0x030, 0), W(0x0A8, 0),
-                   W(0x0A0, 0), W(0x0A4, 0), W(0x084, 0), W(0x088, 0), W(0x080, 0x201), W(0x004, 0)}));
+                   W(0x020, 0), W(0x024, 0), W(0x040, ATB), W(0x034, 10), W(0x030, 0), W(0x0A8, 0), W(0x0A0, 0),
+                   W(0x0A4, 0), W(0x084, 0), W(0x088, 0), W(0x080, 0x201), W(0x004, 0)}));
 }
 
 struct ConfigureCase {
@@ -138,27 +144,36 @@ const std::vector<ConfigureCase> configureCases = {
     // Settings that change TRCCONFIGR, TRCTSCTLR, TRCCCCTLR, TRCVDCTLR and TRCPRGCTLR.
     {"AllOptionsAndAVmidComparator", flags(true, true), none, idr4(4, 1),
      [](Expected& e) { e.timestamp = counterWrites, e.config = 0x8D6, e.cycleCounting = true, e.tsctlr = 1; }, ""},
-    {"CycleCountingAlone", flags(false, true), none, 0,
-     [](Expected& e) { e.config = 0x56, e.cycleCounting = true; }, ""},
+    {"CycleCountingAlone", flags(false, true), none, 0, [](Expected& e) { e.config = 0x56, e.cycleCounting = true; },
+     ""},
     {"DataAddress", scenarios({"ProgramTrace", "DataAddress"}), none, 0,
      [](Expected& e) { e.config = 0x10046, e.vdctlr = 1; }, ""},
     {"DataValue", scenarios({"DataValue"}), none, 0, [](Expected& e) { e.config = 0x20046, e.vdctlr = 1; }, ""},
     {"BothDataScenarios", scenarios({"DataValue", "DataAddress"}), none, 0,
      [](Expected& e) { e.config = 0x30046, e.vdctlr = 1; }, ""},
-    {"ScenarioNamesCompareWhole", scenarios({"DataAdress", "dataaddress", "DataValue "}), none, 0,
-     [](Expected&) {}, ""},
+    {"ScenarioNamesCompareWhole", scenarios({"DataAdress", "dataaddress", "DataValue "}), none, 0, [](Expected&) {},
+     ""},
     {"TimestampWithoutGenerator", flags(true, false), none, 0, [](Expected& e) { e.config = 0x846, e.tsctlr = 1; },
-     ERR + "Error: Timestamp module not initialized. Make sure config block Timestamp Generator is present.\n",
-     0x300, false},
+     ERR + "Error: Timestamp module not initialized. Make sure config block Timestamp Generator is present.\n", 0x300,
+     false},
     {"EnableModuleStartsTheUnit", plain, none, 0, [](Expected& e) { e.prgctlr = 1; }, "", 0x300, true, true},
     // VMID and context identifier.
     {"VmidComparatorZero", plain, [](GppTraceModule& m) { m.vmid = 0x42; }, idr4(0, 2),
-     [](Expected& e) { e.vmidAndContext = {W(0x688, 0xFFFFFF00), W8(0x640, 0x42)}; }, ""},
+     [](Expected& e) {
+         e.vmidAndContext = {W(0x688, 0xFFFFFF00), W8(0x640, 0x42)};
+     },
+     ""},
     {"VmidWithoutComparatorsDropped", plain, [](GppTraceModule& m) { m.vmid = 0x42; }, 0, [](Expected&) {}, ""},
-    {"ContextIdWithComparator", plain, [](GppTraceModule& m) { m.contextId = 0x77, m.contextIdComparator = true; },
-     0, [](Expected& e) { e.vmidAndContext = {W(0x600, 0x77), R(0x680, 0xABCD), W(0x680, 0xAB01)}; }, ""},
+    {"ContextIdWithComparator", plain, [](GppTraceModule& m) { m.contextId = 0x77, m.contextIdComparator = true; }, 0,
+     [](Expected& e) {
+         e.vmidAndContext = {W(0x600, 0x77), R(0x680, 0xABCD), W(0x680, 0xAB01)};
+     },
+     ""},
     {"ContextIdWithoutComparator", plain, [](GppTraceModule& m) { m.contextId = 0x77; }, 0,
-     [](Expected& e) { e.vmidAndContext = {W(0x600, 0x77), R(0x680, 0xABCD), W(0x680, 0xAB00)}; }, ""},
+     [](Expected& e) {
+         e.vmidAndContext = {W(0x600, 0x77), R(0x680, 0xABCD), W(0x680, 0xAB00)};
+     },
+     ""},
     // Address ranges: comparator pairs, TRCVIIECTLR, access types.
     {"OneIncludeRange", plain, [](GppTraceModule& m) { range(m, 0x1000, 0x1FFF, 0); }, idr4(4, 0),
      [](Expected& e) { e.ranges = cmp(0, 0x1000) + cmp(1, 0x1FFF) + Seq{W(0x084, 1)}; }, ""},
@@ -166,7 +181,8 @@ const std::vector<ConfigureCase> configureCases = {
      [](GppTraceModule& m) { range(m, 0x9000, 0x9FFF, 1), range(m, 0x1000, 0x1FFF, 0); }, idr4(4, 0),
      [](Expected& e) {
          e.ranges = cmp(0, 0x1000) + cmp(1, 0x1FFF) + cmp(2, 0x9000) + cmp(3, 0x9FFF) + Seq{W(0x084, 0x20001)};
-     }, ""},
+     },
+     ""},
     {"RangeOfOtherKindTakesComparatorsOnly", plain,
      [](GppTraceModule& m) { range(m, 0x1000, 0x1FFF, 2), range(m, 0x5000, 0x5FFF, 0); }, idr4(4, 0),
      [](Expected& e) {
@@ -178,27 +194,28 @@ const std::vector<ConfigureCase> configureCases = {
      [](Expected& e) {
          e.vmidAndContext = {W(0x600, 5), R(0x680, 0xABCD), W(0x680, 0xAB00)};
          e.ranges = cmp(0, 0x1000, 0xFF04) + cmp(1, 0x1FFF, 0xFF04) + Seq{W(0x084, 1)};
-     }, ""},
+     },
+     ""},
     {"ContextIdAndVmidInAccessType", plain,
      [](GppTraceModule& m) { m.contextId = 5, m.vmid = 6, range(m, 0x1000, 0x1FFF, 0); }, idr4(4, 1),
      [](Expected& e) {
          e.vmidAndContext = {W(0x688, 0xFFFFFF00), W8(0x640, 6), W(0x600, 5), R(0x680, 0xABCD), W(0x680, 0xAB00)};
          e.ranges = cmp(0, 0x1000, 0xFF0C) + cmp(1, 0x1FFF, 0xFF0C) + Seq{W(0x084, 1)};
-     }, ""},
+     },
+     ""},
     {"VmidAloneNotMatched", plain, [](GppTraceModule& m) { m.vmid = 6, range(m, 0x1000, 0x1FFF, 0); }, idr4(4, 1),
      [](Expected& e) {
          e.vmidAndContext = {W(0x688, 0xFFFFFF00), W8(0x640, 6)};
          e.ranges = cmp(0, 0x1000) + cmp(1, 0x1FFF) + Seq{W(0x084, 1)};
-     }, ""},
+     },
+     ""},
     {"AllExceptionLevelsTraced", plain,
      [](GppTraceModule& m) { m.exceptionLevelFilter = 7, range(m, 0x1000, 0x1FFF, 0); }, idr4(4, 0),
      [](Expected& e) { e.ranges = cmp(0, 0x1000, 0x4400) + cmp(1, 0x1FFF, 0x4400) + Seq{W(0x084, 1)}; }, ""},
-    {"El1Traced", plain, [](GppTraceModule& m) { m.exceptionLevelFilter = 2, range(m, 0x1000, 0x1FFF, 0); },
-     idr4(4, 0), [](Expected& e) { e.ranges = cmp(0, 0x1000, 0xDD00) + cmp(1, 0x1FFF, 0xDD00) + Seq{W(0x084, 1)}; },
-     ""},
-    {"RangesExhausted", plain,
-     [](GppTraceModule& m) { range(m, 0x1000, 0x1FFF, 0), range(m, 0xA000, 0xAFFF, 1); }, idr4(1, 0),
-     [](Expected& e) { e.ranges = cmp(0, 0x1000) + cmp(1, 0x1FFF); },
+    {"El1Traced", plain, [](GppTraceModule& m) { m.exceptionLevelFilter = 2, range(m, 0x1000, 0x1FFF, 0); }, idr4(4, 0),
+     [](Expected& e) { e.ranges = cmp(0, 0x1000, 0xDD00) + cmp(1, 0x1FFF, 0xDD00) + Seq{W(0x084, 1)}; }, ""},
+    {"RangesExhausted", plain, [](GppTraceModule& m) { range(m, 0x1000, 0x1FFF, 0), range(m, 0xA000, 0xAFFF, 1); },
+     idr4(1, 0), [](Expected& e) { e.ranges = cmp(0, 0x1000) + cmp(1, 0x1FFF); },
      ERR + "Unable to find an available address range comparators for 0xa000-0xafff\n"},
     {"NoComparatorsForARange", plain, [](GppTraceModule& m) { range(m, 0x1000, 0x1FFF, 0); }, 0,
      [](Expected& e) { e.ranges = {}; },
@@ -210,32 +227,37 @@ const std::vector<ConfigureCase> configureCases = {
          e.ranges = cmp(0, 0x1000) + cmp(1, 0x1FFF) + Seq{W(0x084, 1)};
          e.tracepoints = cmp(2, 0x3000) + Seq{W(0x088, 0x4)};
          e.viewInst = {R(0x080, 0), W(0x080, 0x1)};
-     }, "", 0},
+     },
+     "", 0},
     {"StopTracepointKeepsAnEventAlreadySet", plain, [](GppTraceModule& m) { m.tracepoints[0x3000] = 1; }, idr4(4, 0),
      [](Expected& e) {
          e.tracepoints = cmp(0, 0x3000) + Seq{W(0x088, 0x10000)};
          e.viewInst = {R(0x080, 0x205), W(0x080, 0x205)};
-     }, "", 0x205},
+     },
+     "", 0x205},
     {"TracepointOfOtherKindSetsNoBit", plain,
      [](GppTraceModule& m) { m.tracepoints[0x3000] = 7, m.tracepoints[0x4000] = 0; }, idr4(4, 0),
      [](Expected& e) {
          e.tracepoints = cmp(0, 0x3000) + cmp(1, 0x4000) + Seq{W(0x088, 0x2)};
          e.viewInst = {R(0x080, 0x300), W(0x080, 0x301)};
-     }, ""},
+     },
+     ""},
     {"TracepointsExhausted", plain,
      [](GppTraceModule& m) { m.tracepoints[0x1000] = 0, m.tracepoints[0x2000] = 1, m.tracepoints[0x3000] = 0; },
      idr4(1, 0),
      [](Expected& e) {
          e.tracepoints = cmp(0, 0x1000) + cmp(1, 0x2000);
          e.viewInst = {R(0x080, 0x300), W(0x080, 0x301)};
-     }, ERR + "Unable to find an available comparator for tracepoint : 0x3000\n"},
+     },
+     ERR + "Unable to find an available comparator for tracepoint : 0x3000\n"},
     {"RangesLeaveNoComparatorForTracepoint", plain,
      [](GppTraceModule& m) { range(m, 0x1000, 0x1FFF, 1), m.tracepoints[0xBEEF] = 0; }, idr4(1, 0),
      [](Expected& e) {
          e.ranges = cmp(0, 0x1000) + cmp(1, 0x1FFF) + Seq{W(0x084, 0x10000)};
          e.tracepoints = {};
          e.viewInst = {R(0x080, 0x300), W(0x080, 0x301)};
-     }, ERR + "Unable to find an available comparator for tracepoint : 0xbeef\n"},
+     },
+     ERR + "Unable to find an available comparator for tracepoint : 0xbeef\n"},
 };
 
 class Configure : public GppTrace, public ::testing::WithParamInterface<ConfigureCase> {};
@@ -245,8 +267,7 @@ TEST_P(Configure, WholeAccessList) {
     BlockSpec spec = coreBlock();
     c.block(spec);
     testing::internal::CaptureStdout();
-    GppTraceModule core("Core 0", spec.build(),
-                        c.withCounter ? counter() : boost::shared_ptr<quorl::TimestampUtils>());
+    GppTraceModule core("Core 0", spec.build(), c.withCounter ? counter() : boost::shared_ptr<quorl::TimestampUtils>());
     c.filters(core);
     auto process = boost::make_shared<rq7test::RecordingTaProcess>();
     process->setReadValue(B + 0x1F0, c.idr4);
@@ -275,10 +296,14 @@ TEST_F(GppTrace, EachConfigureTakesTheNextVmidComparator) {
     auto process = boost::make_shared<rq7test::RecordingTaProcess>();
     process->setReadValue(B + 0x1F0, idr4(0, 8));
     const std::vector<Seq> expected = {
-        {W(0x688, 0xFFFFFF00), W8(0x640, 0x42)}, {W(0x688, 0xFFFFFE01), W8(0x648, 0x42)},
-        {W(0x688, 0xFFFFFC03), W8(0x650, 0x42)}, {W(0x688, 0xFFFFF807), W8(0x658, 0x42)},
-        {W8(0x660, 0x42)},                       {W(0x68C, 0xFFFFFE01), W8(0x668, 0x42)},
-        {W(0x68C, 0xFFFFFC03), W8(0x670, 0x42)}, {W(0x68C, 0xFFFFF807), W8(0x678, 0x42)},
+        {W(0x688, 0xFFFFFF00), W8(0x640, 0x42)},
+        {W(0x688, 0xFFFFFE01), W8(0x648, 0x42)},
+        {W(0x688, 0xFFFFFC03), W8(0x650, 0x42)},
+        {W(0x688, 0xFFFFF807), W8(0x658, 0x42)},
+        {W8(0x660, 0x42)},
+        {W(0x68C, 0xFFFFFE01), W8(0x668, 0x42)},
+        {W(0x68C, 0xFFFFFC03), W8(0x670, 0x42)},
+        {W(0x68C, 0xFFFFF807), W8(0x678, 0x42)},
         {},
     };
     for (size_t run = 0; run < expected.size(); ++run) {
@@ -296,7 +321,7 @@ TEST_F(GppTrace, EachConfigureTakesTheNextVmidComparator) {
 
 Seq resetSequence(uint32_t id4, unsigned comparators = 0, unsigned vmids = 0) {
     Seq s = {W(0x300, 0), W(0xFB0, 0xC5ACCE55), R(0x1E8, 0), R(0x1F0, id4), W(0x080, 0), W(0x088, 0),
-             W(0x020, 0), W(0x024, 0),           W(0x004, 0), W(0x084, 0),   W(0x680, 0)};
+             W(0x020, 0), W(0x024, 0),          W(0x004, 0), W(0x084, 0),   W(0x680, 0)};
     if (comparators > 4) s.push_back(W(0x684, 0));
     for (unsigned i = 0; i < comparators; ++i) s.push_back(W8(0x400 + 8 * i, 0));
     for (unsigned i = 0; i < comparators; ++i) s.push_back(W8(0x480 + 8 * i, 0));
@@ -341,7 +366,9 @@ BlockChange lockstep(bool main, uint64_t address = LOCKSTEP, bool withSpace = tr
         b.addr64("Lockstep Status Register", address).boolean("Main Lockstep Cluster", main);
     };
 }
-Access statusRead(uint32_t v) { return Access::read(LOCKSTEP, v, 4, "dap"); }
+Access statusRead(uint32_t v) {
+    return Access::read(LOCKSTEP, v, 4, "dap");
+}
 
 const std::vector<LockstepCase> lockstepCases = {
     {"AgentNeverReadsTheStatus", 1, lockstep(false), false, 1, {}, true, ""},
@@ -351,7 +378,13 @@ const std::vector<LockstepCase> lockstepCases = {
     {"NoStatusRegister", 2, plain, false, 1, {}, true, ""},
     {"StatusRegisterWithoutMemorySpace", 2, lockstep(false, LOCKSTEP, false), false, 1, {}, true, ""},
     {"StatusRegisterAtZero", 2, lockstep(false, 0), false, 1, {}, true, ""},
-    {"UnreadableStatusProgramsTheCore", 2, lockstep(false), true, 1, {statusRead(1)}, true,
+    {"UnreadableStatusProgramsTheCore",
+     2,
+     lockstep(false),
+     true,
+     1,
+     {statusRead(1)},
+     true,
      ERR + "Error reading lockstep status register.Error while reading LOCKSTEP_STATUS\n"},
 };
 

@@ -24,7 +24,9 @@ BlockSpec timestampBlock(uint64_t base, bool enable, bool halt, uint32_t frequen
         .string("MemSpace", "sysbus")  // taken as written, known space or not
         .uint32("Counter Base Frequency", frequency);
 }
-Access W(uint64_t address, uint64_t value) { return Access::write(address, value, 4, "sysbus"); }
+Access W(uint64_t address, uint64_t value) {
+    return Access::write(address, value, 4, "sysbus");
+}
 
 TEST(TimestampUtils, WritesControlThenFrequencyEachTime) {
     const struct {
@@ -35,8 +37,8 @@ TEST(TimestampUtils, WritesControlThenFrequencyEachTime) {
     } cases[] = {
         {COUNTER, false, true, 100, {W(COUNTER, 2), W(COUNTER + 0x20, 100)}},
         {COUNTER, false, false, 1, {W(COUNTER, 0), W(COUNTER + 0x20, 1)}},  // stops the counter
-        {COUNTER, true, false, 0, {W(COUNTER, 1)}},                          // no frequency to write
-        {0, true, false, 0, {W(0, 1)}},                                      // 0 is a real address
+        {COUNTER, true, false, 0, {W(COUNTER, 1)}},                         // no frequency to write
+        {0, true, false, 0, {W(0, 1)}},                                     // 0 is a real address
         {0xFFFFFFFFull, true, true, 100, {}},
         {0xFFFFFFFFFFFFFFFFull, true, true, 100, {}},
     };

@@ -63,8 +63,7 @@ TEST(RegisterMapTest, FieldsDecodedByRegisterName) {
         const char* expected;  // nullptr: no table
     };
     const Row rows[] = {
-        {"ETM_TRCCONFIGR", 0x308D6,
-         "INSTP0=0x3 BB=0 CCI=1 CID=1 VMID=1 COND=0x0 TS=1 RS=0 QE=0x0 VMIDOPT=0 DA=1 DV=1"},
+        {"ETM_TRCCONFIGR", 0x308D6, "INSTP0=0x3 BB=0 CCI=1 CID=1 VMID=1 COND=0x0 TS=1 RS=0 QE=0x0 VMIDOPT=0 DA=1 DV=1"},
         {"ETM_TRCPRGCTLR", 1, "EN=1"},
         {"ETM_TRCTSCTLR", 1, "EVENT=0x1"},
         {"STMTCSR", 0x40000F, "EN=1 TSEN=1 SYNCEN=1 HWTEN=1 SWOEN=0 COMPEN=0 TRACEID=0x40 BUSY=0"},
@@ -80,7 +79,7 @@ TEST(RegisterMapTest, FieldsDecodedByRegisterName) {
         {"FFSR", 2, "FlInProg=0 FtStopped=1"},
         {"ARM_TSMP_CNTCR", 3, "EN=1 HDBG=1 FCREQ=0x0"},
         {"NOC_PROBE_MAINCTL", 0x4E, "TRACE_EN=1 PAYLOAD_EN=1 STATISTICS_EN=1 INTRUSIVE_MODE=1"},
-        {"ETM_TRCIDR10", 7, "NUMP1KEY=0x7"},                  // digits that belong to the name
+        {"ETM_TRCIDR10", 7, "NUMP1KEY=0x7"},  // digits that belong to the name
         {"ETM_TRCACATR3", 0xFF04, "TYPE=0x0 CONTEXTTYPE=0x1 CONTEXT=0x0 EXLEVEL_S=0xf EXLEVEL_NS=0xf"},
         {"ETM_TRCCIDCCTLR1", 0x0100, "COMP0=0x0 COMP1=0x1 COMP2=0x0 COMP3=0x0"},
         {"ETM_TRCIDR6", 0, nullptr},  // no "ETM_TRCIDR" array to fall back on

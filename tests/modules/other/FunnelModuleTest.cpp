@@ -36,11 +36,18 @@ TEST_F(FunnelModuleTest, PortSettingsMakeControlAndPriorityValues) {
         std::vector<Access> expected;
     };
     const std::vector<Row> rows = {
-        {"all ports with priority n for port n", std::vector<bool>(8, true), {0, 1, 2, 3, 4, 5, 6, 7},
+        {"all ports with priority n for port n",
+         std::vector<bool>(8, true),
+         {0, 1, 2, 3, 4, 5, 6, 7},
          {unlock, w(CSTFCR, 0x3FF), w(CSTFPCR, 0xFAC688)}},
         {"no port settings: all off, priorities 0", {}, {}, {unlock, w(CSTFCR, 0x300), w(CSTFPCR, 0)}},
-        {"short lists: the rest off with priority 0", {false, true}, {0, 5}, {unlock, w(CSTFCR, 0x302), w(CSTFPCR, 0x28)}},
-        {"entries beyond port 7 are ignored", std::vector<bool>(12, true), std::vector<uint32_t>(9, 1),
+        {"short lists: the rest off with priority 0",
+         {false, true},
+         {0, 5},
+         {unlock, w(CSTFCR, 0x302), w(CSTFPCR, 0x28)}},
+        {"entries beyond port 7 are ignored",
+         std::vector<bool>(12, true),
+         std::vector<uint32_t>(9, 1),
          {unlock, w(CSTFCR, 0x3FF), w(CSTFPCR, 0x249249)}},
         {"a priority is not cut to three bits", {true}, {9}, {unlock, w(CSTFCR, 0x301), w(CSTFPCR, 9)}},
     };
@@ -80,9 +87,11 @@ TEST_F(FunnelModuleTest, OperationsWithoutEnable) {
 TEST_F(FunnelModuleTest, IncompleteFunnelTouchesNothing) {
     std::vector<LoadCase> cases;
     for (const char* missing : {"Enable Trace", "MemSpace", "Module Base Address"}) {
-        cases.push_back({missing, builder<ArmFunnelModule>(funnelBlock().boolean("Enable Trace", true).without(missing)),
+        cases.push_back({missing,
+                         builder<ArmFunnelModule>(funnelBlock().boolean("Enable Trace", true).without(missing)),
                          std::string("[quorl.ka.rq7.config.ArmFunnelModule] ERROR: [readModuleConfiguration]: Error: "
-                                     "Could not find attribute ") + missing + " for ARM Funnel 0\n",
+                                     "Could not find attribute ") +
+                             missing + " for ARM Funnel 0\n",
                          "", false, false});
     }
     checkLoads(cases);
@@ -110,7 +119,8 @@ TEST_F(FunnelModuleTest, PortBlocks) {
         {"ARM Funnel 2 Port 8", port("ARM Funnel 2 Port 8"), 8, true, 5, false,
          channel + "Port number exceeds maximum value (7) for ARM Funnel 2 Port 8\n"},
         {"ARM Funnel 2 Port 1", port("ARM Funnel 2 Port 1").uint32("Port Priority", 9), 1, true, 7, false,
-         channel + "Port priority exceeds maximum value (7) for ARM Funnel 2 Port 1. Priority will be set to lowest.\n"},
+         channel +
+             "Port priority exceeds maximum value (7) for ARM Funnel 2 Port 1. Priority will be set to lowest.\n"},
         {"ARM Funnel 2 Port 1", port("ARM Funnel 2 Port 1").without("Enable Port"), 1, false, 0, false,
          channel + "Could not find attribute Enable Port for ARM Funnel 2 Port 1\n"},
         {"ARM Funnel 2 Port 1", port("ARM Funnel 2 Port 1").without("Port Priority"), 1, true, 0, false,

@@ -20,8 +20,7 @@ protected:
 // ---- Probe ------------------------------------------------------------------
 
 const uint64_t PROBE = 0x70000;
-const uint64_t CFGCTL = PROBE + 0x0C, MAINCTL = PROBE + 0x08, TRACEPORT_SEL = PROBE + 0x10,
-               FILTER_LUT = PROBE + 0x14;
+const uint64_t CFGCTL = PROBE + 0x0C, MAINCTL = PROBE + 0x08, TRACEPORT_SEL = PROBE + 0x10, FILTER_LUT = PROBE + 0x14;
 
 BlockSpec probeBlock(bool payload, bool statistics, bool intrusive, uint32_t port) {
     return BlockSpec("Main NoC Probe 0")
@@ -35,27 +34,33 @@ BlockSpec probeBlock(bool payload, bool statistics, bool intrusive, uint32_t por
 }
 
 std::vector<Access> probeProgram(uint32_t mainControl, uint32_t port, uint32_t finalConfig) {
-    return {w(CFGCTL, 0), w(MAINCTL, 0), w(MAINCTL, mainControl), w(TRACEPORT_SEL, port), w(FILTER_LUT, 0xFFFF),
-            w(CFGCTL, finalConfig)};
+    return {w(CFGCTL, 0),           w(MAINCTL, 0),         w(MAINCTL, mainControl),
+            w(TRACEPORT_SEL, port), w(FILTER_LUT, 0xFFFF), w(CFGCTL, finalConfig)};
 }
 
 TEST_F(NocModuleTest, ProbeSequences) {
     auto probe = [](bool payload, bool statistics, bool intrusive, uint32_t port) {
         return builder<NocProbeModule>(probeBlock(payload, statistics, intrusive, port));
     };
-    checkSequences({
-        {"no options", probe(false, false, false, 0), Op::EnableModule, probeProgram(0x02, 0, 1)},
-        {"payload only", probe(true, false, false, 2), Op::EnableModule, probeProgram(0x06, 2, 1)},
-        {"statistics only", probe(false, true, false, 3), Op::EnableModule, probeProgram(0x0A, 3, 1)},
-        {"intrusive mode only, any port number", probe(false, false, true, 0xFFFFFFFF), Op::EnableModule,
-         probeProgram(0x42, 0xFFFFFFFF, 1)},
-        {"configure while not enabled leaves the probe off", probe(true, false, false, 1), Op::Configure,
-         probeProgram(0x04, 1, 0)},
-        {"reset: configuration off, then main control", probe(true, true, true, 1), Op::Reset,
-         {w(CFGCTL, 0), w(MAINCTL, 0)}},
-        {"disable: main control off, then configuration", probe(true, true, true, 1), Op::Disable,
-         {w(MAINCTL, 0), w(CFGCTL, 0)}},
-    }, quorl::ConfigurationModule::TraceGenerator);
+    checkSequences(
+        {
+            {"no options", probe(false, false, false, 0), Op::EnableModule, probeProgram(0x02, 0, 1)},
+            {"payload only", probe(true, false, false, 2), Op::EnableModule, probeProgram(0x06, 2, 1)},
+            {"statistics only", probe(false, true, false, 3), Op::EnableModule, probeProgram(0x0A, 3, 1)},
+            {"intrusive mode only, any port number", probe(false, false, true, 0xFFFFFFFF), Op::EnableModule,
+             probeProgram(0x42, 0xFFFFFFFF, 1)},
+            {"configure while not enabled leaves the probe off", probe(true, false, false, 1), Op::Configure,
+             probeProgram(0x04, 1, 0)},
+            {"reset: configuration off, then main control",
+             probe(true, true, true, 1),
+             Op::Reset,
+             {w(CFGCTL, 0), w(MAINCTL, 0)}},
+            {"disable: main control off, then configuration",
+             probe(true, true, true, 1),
+             Op::Disable,
+             {w(MAINCTL, 0), w(CFGCTL, 0)}},
+        },
+        quorl::ConfigurationModule::TraceGenerator);
 }
 
 TEST_F(NocModuleTest, IncompleteProbeBlocks) {
@@ -63,11 +68,12 @@ TEST_F(NocModuleTest, IncompleteProbeBlocks) {
     std::vector<LoadCase> cases;
     for (const char* missing : {"Enable Trace", "MemSpace", "Enable Payload", "Module Base Address",
                                 "Enable Statistics", "Enable Intrusive Mode", "Trace Port"}) {
-        cases.push_back({missing, builder<NocProbeModule>(probeBlock(true, true, true, 1).without(missing)),
-                         std::string(missing) == "Module Base Address"
-                             ? channel + "[loadDataStreamSettings] Could not find 'Module Base Address' for Main NoC Probe 0\n"
-                             : channel + "[loadNoCProbeSettings]: Error: Could not find attribute " + missing + "\n\n",
-                         "", false, false});
+        cases.push_back(
+            {missing, builder<NocProbeModule>(probeBlock(true, true, true, 1).without(missing)),
+             std::string(missing) == "Module Base Address"
+                 ? channel + "[loadDataStreamSettings] Could not find 'Module Base Address' for Main NoC Probe 0\n"
+                 : channel + "[loadNoCProbeSettings]: Error: Could not find attribute " + missing + "\n\n",
+             "", false, false});
     }
     checkLoads(cases);
 }
@@ -91,18 +97,30 @@ TEST_F(NocModuleTest, ObserverSequences) {
     auto observer = [](uint32_t syncPeriod, uint32_t atbId) {
         return builder<NocObserverModule>(observerBlock(syncPeriod, atbId));
     };
-    checkSequences({
-        {"enable: down ATB first, up STP first", observer(0x10, 0x21), Op::EnableModule,
-         {w(ATBEN, 0), w(STPV2_EN, 0), w(ASYNC_PERIOD, 0x10), w(ATBID, 0x21), w(STPV2_EN, 1), w(ATBEN, 1)}},
-        {"sync period keeps its low eight bits", observer(0x1FF, 0x22), Op::EnableModule,
-         {w(ATBEN, 0), w(STPV2_EN, 0), w(ASYNC_PERIOD, 0xFF), w(ATBID, 0x22), w(STPV2_EN, 1), w(ATBEN, 1)}},
-        {"configure while not enabled leaves both sides off", observer(0x10, 0x21), Op::Configure,
-         {w(ATBEN, 0), w(STPV2_EN, 0), w(ASYNC_PERIOD, 0x10), w(ATBID, 0x21), w(STPV2_EN, 0), w(ATBEN, 0)}},
-        {"disable takes both sides down, ATB first", observer(0x10, 0x21), Op::Disable,
-         {w(ATBEN, 0), w(STPV2_EN, 0)}},
-        {"reset clears all four", observer(0x10, 0x21), Op::Reset,
-         {w(ATBEN, 0), w(ATBID, 0), w(ASYNC_PERIOD, 0), w(STPV2_EN, 0)}},
-    }, quorl::ConfigurationModule::FunnelOrObserver);
+    checkSequences(
+        {
+            {"enable: down ATB first, up STP first",
+             observer(0x10, 0x21),
+             Op::EnableModule,
+             {w(ATBEN, 0), w(STPV2_EN, 0), w(ASYNC_PERIOD, 0x10), w(ATBID, 0x21), w(STPV2_EN, 1), w(ATBEN, 1)}},
+            {"sync period keeps its low eight bits",
+             observer(0x1FF, 0x22),
+             Op::EnableModule,
+             {w(ATBEN, 0), w(STPV2_EN, 0), w(ASYNC_PERIOD, 0xFF), w(ATBID, 0x22), w(STPV2_EN, 1), w(ATBEN, 1)}},
+            {"configure while not enabled leaves both sides off",
+             observer(0x10, 0x21),
+             Op::Configure,
+             {w(ATBEN, 0), w(STPV2_EN, 0), w(ASYNC_PERIOD, 0x10), w(ATBID, 0x21), w(STPV2_EN, 0), w(ATBEN, 0)}},
+            {"disable takes both sides down, ATB first",
+             observer(0x10, 0x21),
+             Op::Disable,
+             {w(ATBEN, 0), w(STPV2_EN, 0)}},
+            {"reset clears all four",
+             observer(0x10, 0x21),
+             Op::Reset,
+             {w(ATBEN, 0), w(ATBID, 0), w(ASYNC_PERIOD, 0), w(STPV2_EN, 0)}},
+        },
+        quorl::ConfigurationModule::FunnelOrObserver);
 }
 
 TEST_F(NocModuleTest, IncompleteObserverBlocks) {
@@ -113,13 +131,15 @@ TEST_F(NocModuleTest, IncompleteObserverBlocks) {
         {"Enable Trace", channel + "[loadNoCObserverSettings]: Error: Could not find attribute Enable Trace\n\n"},
         {"Module Base Address", noAddress},
         {"STP Base Address", noAddress},
-        {"MemSpace", channel + "[loadDataStreamSettings] No memory space string attribute (MemSpace) could be found.\n"},
+        {"MemSpace",
+         channel + "[loadDataStreamSettings] No memory space string attribute (MemSpace) could be found.\n"},
         {"SyncPeriod", channel + "[loadNoCObserverSettings]: Error: Could not find attribute SyncPeriod\n\n"},
         {"ATB ID", channel + "[loadNoCObserverSettings]: Error: Could not find attribute ATB ID\n\n"},
     };
     std::vector<LoadCase> cases;
     for (const auto& [name, log] : missing) {
-        cases.push_back({name, builder<NocObserverModule>(observerBlock(0x10, 0x21).without(name)), log, "", false, false});
+        cases.push_back(
+            {name, builder<NocObserverModule>(observerBlock(0x10, 0x21).without(name)), log, "", false, false});
     }
     checkLoads(cases);
 }

@@ -1,8 +1,8 @@
 #pragma once
 // Shared by the capture tests: the GTA example rewritten for a scenario, the
 // trace decoder's lister, and files of bytes.
-#include "tests/support/ToolRun.h"
 #include "tests/rq7/capture/EtmStream.h"
+#include "tests/support/ToolRun.h"
 
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -21,7 +21,9 @@ const char* const LISTER = "/usr/bin/trc_pkt_lister";
 // Where the traced code of the streams lives, and its trace.
 const uint64_t CODE_ADDRESS = 0x40001000;
 const uint64_t TIMESTAMP = 0x123456789;
-inline EtmTrace sampleTrace() { return EtmTrace{CODE_ADDRESS, {true, true, false}, TIMESTAMP}; }
+inline EtmTrace sampleTrace() {
+    return EtmTrace{CODE_ADDRESS, {true, true, false}, TIMESTAMP};
+}
 
 // Text replacements applied to the example, each expected to match once.
 using Edits = std::vector<std::pair<std::string, std::string>>;
@@ -44,7 +46,9 @@ inline void writeBytes(const std::string& path, const Bytes& bytes) {
     std::ofstream(path, std::ios::binary).write(reinterpret_cast<const char*>(bytes.data()), bytes.size());
 }
 
-inline bool haveLister() { return ::access(LISTER, X_OK) == 0; }
+inline bool haveLister() {
+    return ::access(LISTER, X_OK) == 0;
+}
 
 // trc_pkt_lister's decode of a snapshot directory.
 inline std::string decode(const std::string& dir, const std::string& workDir) {

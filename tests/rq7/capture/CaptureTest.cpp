@@ -3,9 +3,9 @@
 // trace decoder's own lister; verify after clean and tampered runs.
 #include "gta/gta.h"
 #include "rq7/Fields.h"
+#include "tests/rq7/capture/CaptureSupport.h"
 #include "tests/support/GtaPeer.h"
 #include "tests/support/SimProcess.h"
-#include "tests/rq7/capture/CaptureSupport.h"
 
 #include <sys/stat.h>
 
@@ -39,8 +39,8 @@ public:
                const std::vector<std::pair<std::string, Bytes>>& files = {}) {
         writeBytes(dir.file("code.bin"), loopCode());
         for (const auto& f : files) writeBytes(dir.file(f.first), f.second);
-        writeFile(dir.file("sim.image"), readFile(EXAMPLE_IMAGE) + "\nAXI " + hexText(CODE_ADDRESS) +
-                                             " @code.bin\n" + extraImage);
+        writeFile(dir.file("sim.image"),
+                  readFile(EXAMPLE_IMAGE) + "\nAXI " + hexText(CODE_ADDRESS) + " @code.bin\n" + extraImage);
         for (std::string& a : simArgs)
             if (a.find("@DIR@") != std::string::npos) a.replace(a.find("@DIR@"), 5, dir.path());
         simArgs.insert(simArgs.begin(), {"--image", dir.file("sim.image"), "--quiet"});
@@ -68,7 +68,8 @@ public:
         for (int i = 0; i < 4; ++i) data += static_cast<char>(value >> (8 * i));
         EXPECT_EQ(gta_exec_ok(s, "ctx set current :other"), GTA_OK);
         EXPECT_EQ(gta_exec_ok(s, "ctx connect"), GTA_OK);
-        const std::string command = "mem write :other " + hexText(address) + " 4 " + space + " " + rq7test::hexEncode(data);
+        const std::string command =
+            "mem write :other " + hexText(address) + " 4 " + space + " " + rq7test::hexEncode(data);
         EXPECT_EQ(gta_exec_ok(s, command.c_str()), GTA_OK);
         gta_close(s);
     }

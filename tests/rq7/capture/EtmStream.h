@@ -10,8 +10,8 @@ namespace capturetest {
 using Bytes = std::vector<uint8_t>;
 
 struct EtmTrace {
-    uint64_t address = 0;         // where tracing starts (A64, EL1, non-secure)
-    std::vector<bool> atoms;      // true: branch taken (E), false: not taken (N)
+    uint64_t address = 0;     // where tracing starts (A64, EL1, non-secure)
+    std::vector<bool> atoms;  // true: branch taken (E), false: not taken (N)
     uint64_t timestamp = 0;
 };
 
@@ -19,23 +19,23 @@ struct EtmTrace {
 // with context, one atom packet per atom.
 inline Bytes etmPackets(const EtmTrace& t) {
     Bytes out(11, 0x00);
-    out.push_back(0x80);            // A-sync: 11 zeros then 0x80
-    out.push_back(0x01);            // trace info
-    out.push_back(0x00);            //   no optional sections
-    out.push_back(0x04);            // trace on
-    out.push_back(0x02);            // timestamp, no cycle count
+    out.push_back(0x80);  // A-sync: 11 zeros then 0x80
+    out.push_back(0x01);  // trace info
+    out.push_back(0x00);  //   no optional sections
+    out.push_back(0x04);  // trace on
+    out.push_back(0x02);  // timestamp, no cycle count
     uint64_t ts = t.timestamp;
-    for (int i = 0; i < 8; ++i) {   // 7 bits a byte, bit 7 says more follow
+    for (int i = 0; i < 8; ++i) {  // 7 bits a byte, bit 7 says more follow
         const uint8_t low = ts & 0x7F;
         ts >>= 7;
         out.push_back(static_cast<uint8_t>(low | (ts ? 0x80 : 0)));
         if (!ts) break;
     }
-    out.push_back(0x85);            // address with context, 64-bit, IS0
+    out.push_back(0x85);  // address with context, 64-bit, IS0
     out.push_back((t.address >> 2) & 0x7F);
     out.push_back((t.address >> 9) & 0x7F);
     for (int shift = 16; shift < 64; shift += 8) out.push_back(static_cast<uint8_t>(t.address >> shift));
-    out.push_back(0x31);            // context: EL1, 64-bit, non-secure, no VMID or context ID
+    out.push_back(0x31);  // context: EL1, 64-bit, non-secure, no VMID or context ID
     for (bool taken : t.atoms) out.push_back(taken ? 0xF7 : 0xF6);  // atom format 1
     return out;
 }
@@ -56,7 +56,7 @@ inline Bytes coresightFrames(uint8_t traceId, const Bytes& data) {
                 if (next == data.size()) padding = true;
             } else if (padding || data.size() - next == 1) {
                 if (!padding) frame[15] |= static_cast<uint8_t>(1 << (i / 2));  // after the last byte
-                frame[i] = 0x01;                                                  // ID 0 from here
+                frame[i] = 0x01;                                                // ID 0 from here
                 padding = true;
                 if (frame[15] & (1 << (i / 2))) frame[++i] = data[next++];
                 for (++i; i < 15; ++i) frame[i] = 0;

@@ -64,17 +64,17 @@ TEST(SnapshotCommand, WritesWhatTheDecoderReads) {
     writeBytes(dir.file("code.bin"), loopCode());
     const std::string out = dir.file("snapshot");
     writeFile(out + ".keep", "");
-    auto result = rq7test::runProgram(RQ7_BINARY, {"snapshot", dir.file("trace.xml"), "-o", out, "--trace",
-                           dir.file("trace.bin"), "--dump", "AXI:0x40001000:@" + dir.file("code.bin")},
-                          dir.path());
+    auto result = rq7test::runProgram(RQ7_BINARY,
+                                      {"snapshot", dir.file("trace.xml"), "-o", out, "--trace", dir.file("trace.bin"),
+                                       "--dump", "AXI:0x40001000:@" + dir.file("code.bin")},
+                                      dir.path());
     ASSERT_EQ(result.status, 0) << result.err;
     EXPECT_EQ(readFile(dir.file("trace.xml")), readFile(EXAMPLE));  // never written
 
     const std::string etm = readFile(out + "/ETM_Cluster_0_Core_0.ini");
     // TRCCONFIGR as a Logger run writes it, with the P0 and data bits dropped.
-    for (const char* line : {"TRCCONFIGR(0x004)=0x00000850",
-                             "TRCTRACEIDR(0x010)=0x00000002", "TRCIDR0(0x078)=0x28000EA1",
-                             "TRCIDR2(0x07A)=0x00000488", "TRCIDR13(0x065)=0x00000000"})
+    for (const char* line : {"TRCCONFIGR(0x004)=0x00000850", "TRCTRACEIDR(0x010)=0x00000002",
+                             "TRCIDR0(0x078)=0x28000EA1", "TRCIDR2(0x07A)=0x00000488", "TRCIDR13(0x065)=0x00000000"})
         EXPECT_NE(etm.find(line), std::string::npos) << line << "\n" << etm;
     const std::string trace = readFile(out + "/trace.ini");
     EXPECT_NE(trace.find("[buffer0]\nname=DDR_Trace_Buffer\nfile=DDR_Trace_Buffer.bin\nformat=coresight\n"),

@@ -3,12 +3,12 @@
 #include "rq7/Lint.h"
 #include "tests/rq7/lint/LintTestSupport.h"
 
-#include <boost/filesystem.hpp>
 #include <gtest/gtest.h>
+#include <boost/filesystem.hpp>
 
+#include <sys/wait.h>
 #include <cstdio>
 #include <cstdlib>
-#include <sys/wait.h>
 
 namespace fs = boost::filesystem;
 
@@ -32,9 +32,13 @@ Outcome run(const std::string& command) {
     return r;
 }
 
-std::string rq7(const std::string& args) { return std::string(RQ7_BINARY) + " " + args; }
+std::string rq7(const std::string& args) {
+    return std::string(RQ7_BINARY) + " " + args;
+}
 
-bool haveProgram(const char* name) { return run(std::string("command -v ") + name + " >/dev/null 2>&1").status == 0; }
+bool haveProgram(const char* name) {
+    return run(std::string("command -v ") + name + " >/dev/null 2>&1").status == 0;
+}
 
 std::vector<std::string> examples() {
     std::vector<std::string> files;
@@ -64,8 +68,9 @@ TEST(LintCommand, TextLinesHaveTheCompilerForm) {
     const std::string file = rq7test::writeFile("port.xml", text);
     const Outcome r = run(rq7("lint " + file));
     EXPECT_EQ(r.status, 1);
-    EXPECT_EQ(r.out, file + ":9:2: error: Logger runs serve on port 5000, so port 5001 reaches no server "
-                            "[logger-endpoint]\n");
+    EXPECT_EQ(r.out, file +
+                         ":9:2: error: Logger runs serve on port 5000, so port 5001 reaches no server "
+                         "[logger-endpoint]\n");
 }
 
 TEST(LintCommand, SarifPassesTheMultitoolValidation) {
@@ -118,8 +123,9 @@ struct BadInput {
 const BadInput kBadInputs[] = {
     {"missing file", "absent.xml", nullptr, "Unable to open file"},
     {"not XML", "notes.xml", "just some words\n", "XML Error Code"},
-    {"refused by the loader", "refused.xml", "<?xml version=\"1.0\"?>\n<QUORL>\n<Configuration>\n<Name>x</Name>\n"
-                                             "<ConfigBlock><Name>y</Name></ConfigBlock>\n</Configuration>\n</QUORL>\n",
+    {"refused by the loader", "refused.xml",
+     "<?xml version=\"1.0\"?>\n<QUORL>\n<Configuration>\n<Name>x</Name>\n"
+     "<ConfigBlock><Name>y</Name></ConfigBlock>\n</Configuration>\n</QUORL>\n",
      "Mandatory element missing"},
     {"wrong extension", "board.txt", "<QUORL/>", "extension"},
     {"empty", "empty.xml", "", "XML Error Code"},
@@ -139,14 +145,16 @@ TEST(BadInput, LintAndGraphEndCleanlyAndNeverWrite) {
         const Outcome graph = run(rq7("graph " + path + " 2>&1"));
         EXPECT_EQ(graph.status, 2) << graph.out;
         EXPECT_NE(graph.out.find(input.says), std::string::npos) << graph.out;
-        if (input.text) EXPECT_EQ(rq7test::readFile(path), input.text);
-        else EXPECT_FALSE(fs::is_regular_file(path));
+        if (input.text)
+            EXPECT_EQ(rq7test::readFile(path), input.text);
+        else
+            EXPECT_FALSE(fs::is_regular_file(path));
     }
 }
 
 TEST(BadInput, CommandLineMistakesExitTwo) {
     const std::string file = rq7test::writeFile("cli.xml", rq7test::cleanConfiguration());
-    const char* lines[] = {"lint", "lint --format xml " , "lint --bogus ", "graph", "graph -o out.gif "};
+    const char* lines[] = {"lint", "lint --format xml ", "lint --bogus ", "graph", "graph -o out.gif "};
     for (const char* line : lines) {
         const std::string args = std::string(line) + (std::string(line).back() == ' ' ? file : "");
         EXPECT_EQ(run(rq7(args + " 2>/dev/null")).status, 2) << args;

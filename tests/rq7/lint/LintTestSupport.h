@@ -104,8 +104,8 @@ inline const std::string& cleanConfiguration() {
 // A fresh directory per test binary run.
 inline boost::filesystem::path scratchDirectory() {
     static const boost::filesystem::path dir = [] {
-        boost::filesystem::path p = boost::filesystem::temp_directory_path() /
-                                    boost::filesystem::unique_path("rq7-lint-%%%%-%%%%");
+        boost::filesystem::path p =
+            boost::filesystem::temp_directory_path() / boost::filesystem::unique_path("rq7-lint-%%%%-%%%%");
         boost::filesystem::create_directories(p);
         return p;
     }();

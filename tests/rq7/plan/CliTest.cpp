@@ -19,7 +19,9 @@ struct CliCase {
     std::string err;
 };
 
-void PrintTo(const CliCase& c, std::ostream* os) { *os << c.name; }
+void PrintTo(const CliCase& c, std::ostream* os) {
+    *os << c.name;
+}
 
 class Cli : public testing::TestWithParam<CliCase> {};
 
@@ -51,8 +53,7 @@ TEST_P(Cli, StatusAndMessage) {
 INSTANTIATE_TEST_SUITE_P(
     Lines, Cli,
     testing::Values(
-        CliCase{"NoArguments", {}, 2, "", "Usage: rq7"},
-        CliCase{"Help", {"--help"}, 0, "  plan  ", ""},
+        CliCase{"NoArguments", {}, 2, "", "Usage: rq7"}, CliCase{"Help", {"--help"}, 0, "  plan  ", ""},
         CliCase{"HelpOfPlan", {"help", "plan"}, 0, "Usage: rq7 plan [-d] FILE", ""},
         CliCase{"PlanDashHelp", {"plan", "--help"}, 0, "Usage: rq7 plan", ""},
         CliCase{"DiffDashH", {"diff", "-h"}, 0, "Usage: rq7 diff", ""},
@@ -83,7 +84,8 @@ TEST(PlanText, ControlRegisterFieldsByName) {
     ASSERT_EQ(result.status, 0) << result.err;
     std::istringstream lines(result.out);
     std::string line;
-    while (std::getline(lines, line) && line.find("Cluster 0 Core 0      ETM_TRCCONFIGR ") == std::string::npos) {}
+    while (std::getline(lines, line) && line.find("Cluster 0 Core 0      ETM_TRCCONFIGR ") == std::string::npos) {
+    }
     EXPECT_NE(line.find(" 0x00020856  "), std::string::npos) << line;
     EXPECT_NE(line.find(" CCI=1 "), std::string::npos) << line;
 }

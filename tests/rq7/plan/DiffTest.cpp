@@ -11,8 +11,7 @@ using rq7test::writeFile;
 
 namespace {
 
-const std::string CORE0_CYCLES =
-    "<Name>Cycle Counting</Name><DefaultValue>true</DefaultValue>";
+const std::string CORE0_CYCLES = "<Name>Cycle Counting</Name><DefaultValue>true</DefaultValue>";
 
 // Socgen text with the blocks of two cores swapped: same values, other order.
 std::string swappedCores(const std::string& text) {
@@ -36,7 +35,9 @@ struct DiffCase {
     bool disable = false;
 };
 
-void PrintTo(const DiffCase& c, std::ostream* os) { *os << c.name; }
+void PrintTo(const DiffCase& c, std::ostream* os) {
+    *os << c.name;
+}
 
 class DiffPairs : public testing::TestWithParam<DiffCase> {};
 
@@ -53,37 +54,49 @@ TEST_P(DiffPairs, StatusAndKeyLines) {
     if (c.status == 0) {
         EXPECT_EQ(result.out, "");
     }
-    for (const std::string& line : c.lines) EXPECT_NE(result.out.find(line), std::string::npos) << line << "\n" << result.out;
+    for (const std::string& line : c.lines)
+        EXPECT_NE(result.out.find(line), std::string::npos) << line << "\n" << result.out;
     EXPECT_EQ(readFile(dir.file("a.xml")), a);
     EXPECT_EQ(readFile(dir.file("b.xml")), b);
 }
 
-std::string logger() { return readFile(LOGGER_EXAMPLE); }
+std::string logger() {
+    return readFile(LOGGER_EXAMPLE);
+}
 
 INSTANTIATE_TEST_SUITE_P(
     Pairs, DiffPairs,
-    testing::Values(
-        DiffCase{"SameFile", logger, logger, 0, {}},
-        DiffCase{"ChangedValue", logger,
-                 [] {
-                     return replaced(logger(), CORE0_CYCLES,
-                                     "<Name>Cycle Counting</Name><DefaultValue>false</DefaultValue>");
-                 },
-                 1,
-                 {"Cluster 0 Core 0  ETM_TRCCONFIGR  -:0x81030010: 0x00020856 -> 0x00020846  CCI 1->0\n",
-                  "Cluster 0 Core 0  ETM_TRCCCCTLR  -:0x81030038: 0x00000200 -> (not written)"}},
-        DiffCase{"AddedModule", [] { return socgen::generatedSoc(8); }, [] { return socgen::generatedSoc(9); }, 1,
-                 {"Cluster 1 Core 0  ETM_TRCCONFIGR  -:0x82030010: (not written) -> 0x"}},
-        DiffCase{"Reordered", [] { return socgen::generatedSoc(8); },
-                 [] { return swappedCores(socgen::generatedSoc(8)); }, 1,
-                 {"order of writes to registers both write:\n", "@@ -1,",
-                  "-Cluster 0 Core 1  ETM_TRCOSLAR  -:0x81070300\n", "+Cluster 0 Core 1  ETM_TRCOSLAR  -:0x81070300\n"}},
-        DiffCase{"DisableRunsOfChangedValue", logger,
-                 [] {
-                     return replaced(logger(), CORE0_CYCLES,
-                                     "<Name>Cycle Counting</Name><DefaultValue>false</DefaultValue>");
-                 },
-                 0, {}, true}),
+    testing::Values(DiffCase{"SameFile", logger, logger, 0, {}},
+                    DiffCase{"ChangedValue",
+                             logger,
+                             [] {
+                                 return replaced(logger(), CORE0_CYCLES,
+                                                 "<Name>Cycle Counting</Name><DefaultValue>false</DefaultValue>");
+                             },
+                             1,
+                             {"Cluster 0 Core 0  ETM_TRCCONFIGR  -:0x81030010: 0x00020856 -> 0x00020846  CCI 1->0\n",
+                              "Cluster 0 Core 0  ETM_TRCCCCTLR  -:0x81030038: 0x00000200 -> (not written)"}},
+                    DiffCase{"AddedModule",
+                             [] { return socgen::generatedSoc(8); },
+                             [] { return socgen::generatedSoc(9); },
+                             1,
+                             {"Cluster 1 Core 0  ETM_TRCCONFIGR  -:0x82030010: (not written) -> 0x"}},
+                    DiffCase{"Reordered",
+                             [] { return socgen::generatedSoc(8); },
+                             [] { return swappedCores(socgen::generatedSoc(8)); },
+                             1,
+                             {"order of writes to registers both write:\n", "@@ -1,",
+                              "-Cluster 0 Core 1  ETM_TRCOSLAR  -:0x81070300\n",
+                              "+Cluster 0 Core 1  ETM_TRCOSLAR  -:0x81070300\n"}},
+                    DiffCase{"DisableRunsOfChangedValue",
+                             logger,
+                             [] {
+                                 return replaced(logger(), CORE0_CYCLES,
+                                                 "<Name>Cycle Counting</Name><DefaultValue>false</DefaultValue>");
+                             },
+                             0,
+                             {},
+                             true}),
     [](const testing::TestParamInfo<DiffCase>& info) { return info.param.name; });
 
 }  // namespace

@@ -57,7 +57,8 @@ TEST_P(PlanOverLoadedPlugin, EqualsThePlanOfAFreshLoad) {
 
 INSTANTIATE_TEST_SUITE_P(
     Files, PlanOverLoadedPlugin,
-    testing::Values(Case{"Example", [] { return readAll(std::string(RQ7_EXAMPLES_DIR) + "/ka7710x_logger.xml"); }, true},
+    testing::Values(Case{"Example", [] { return readAll(std::string(RQ7_EXAMPLES_DIR) + "/ka7710x_logger.xml"); },
+                         true},
                     Case{"Soc8", [] { return socgen::generatedSoc(8); }, false},
                     Case{"Soc8ModulesBuilt", [] { return socgen::generatedSoc(8); }, true}),
     [](const testing::TestParamInfo<Case>& info) { return std::string(info.param.name); });

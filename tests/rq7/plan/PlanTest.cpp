@@ -1,7 +1,7 @@
 // rq7 plan against the real thing: the write_mem/read_mem lines of Logger runs
 // of rq7.config, and the command log of gta-sim for a GTA run with an image.
-#include "tests/support/SimProcess.h"
 #include "tests/rq7/plan/PlanSupport.h"
+#include "tests/support/SimProcess.h"
 #include "tools/socgen/SocGen.h"
 
 #include <nlohmann/json.hpp>
@@ -28,15 +28,14 @@ struct Line {
     uint64_t value = 0;
     std::string space;  // compared only against gta-sim
     bool operator==(const Line& o) const {
-        return op == o.op && address == o.address && bytes == o.bytes && value == o.value &&
-               space == o.space;
+        return op == o.op && address == o.address && bytes == o.bytes && value == o.value && space == o.space;
     }
 };
 
 std::string show(const Line& l) {
     char text[160];
-    std::snprintf(text, sizeof text, "%s %s 0x%" PRIx64 " w%u 0x%" PRIx64, l.op.c_str(), l.space.c_str(),
-                  l.address, l.bytes, l.value);
+    std::snprintf(text, sizeof text, "%s %s 0x%" PRIx64 " w%u 0x%" PRIx64, l.op.c_str(), l.space.c_str(), l.address,
+                  l.bytes, l.value);
     return text;
 }
 
@@ -44,10 +43,10 @@ void expectSame(const std::vector<Line>& plan, const std::vector<Line>& run) {
     size_t i = 0;
     while (i < plan.size() && i < run.size() && plan[i] == run[i]) ++i;
     if (i == plan.size() && i == run.size()) return;
-    ADD_FAILURE() << "first difference at access " << i + 1 << "\n  plan: "
-                  << (i < plan.size() ? show(plan[i]) : "(end)")
-                  << "\n  run:  " << (i < run.size() ? show(run[i]) : "(end)") << "\n  ("
-                  << plan.size() << " vs " << run.size() << " accesses)";
+    ADD_FAILURE() << "first difference at access " << i + 1
+                  << "\n  plan: " << (i < plan.size() ? show(plan[i]) : "(end)")
+                  << "\n  run:  " << (i < run.size() ? show(run[i]) : "(end)") << "\n  (" << plan.size() << " vs "
+                  << run.size() << " accesses)";
 }
 
 std::vector<Line> planLines(const std::string& json, bool withSpace) {
@@ -117,7 +116,9 @@ struct LoggerCase {
     bool disable;
 };
 
-void PrintTo(const LoggerCase& c, std::ostream* os) { *os << c.name; }
+void PrintTo(const LoggerCase& c, std::ostream* os) {
+    *os << c.name;
+}
 
 class PlanMatchesLoggerRun : public testing::TestWithParam<LoggerCase> {};
 
@@ -145,16 +146,16 @@ TEST_P(PlanMatchesLoggerRun, WritesAndReadsLineForLine) {
     EXPECT_EQ(readFile(dir.file("plan.xml")), text) << "the plan wrote its file";
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Files, PlanMatchesLoggerRun,
-    testing::Values(LoggerCase{"LoggerExample", [] { return readFile(LOGGER_EXAMPLE); }, false},
-                    LoggerCase{"LoggerExampleDisable", [] { return readFile(LOGGER_EXAMPLE); }, true},
-                    LoggerCase{"GtaExampleAsLogger", gtaExampleAsLogger, false},
-                    LoggerCase{"Soc1", [] { return socgen::generatedSoc(1); }, false},
-                    LoggerCase{"Soc8", [] { return socgen::generatedSoc(8); }, false},
-                    LoggerCase{"Soc64", [] { return socgen::generatedSoc(64); }, false},
-                    LoggerCase{"Soc64Disable", [] { return socgen::generatedSoc(64); }, true}),
-    [](const testing::TestParamInfo<LoggerCase>& info) { return info.param.name; });
+INSTANTIATE_TEST_SUITE_P(Files, PlanMatchesLoggerRun,
+                         testing::Values(LoggerCase{"LoggerExample", [] { return readFile(LOGGER_EXAMPLE); }, false},
+                                         LoggerCase{"LoggerExampleDisable", [] { return readFile(LOGGER_EXAMPLE); },
+                                                    true},
+                                         LoggerCase{"GtaExampleAsLogger", gtaExampleAsLogger, false},
+                                         LoggerCase{"Soc1", [] { return socgen::generatedSoc(1); }, false},
+                                         LoggerCase{"Soc8", [] { return socgen::generatedSoc(8); }, false},
+                                         LoggerCase{"Soc64", [] { return socgen::generatedSoc(64); }, false},
+                                         LoggerCase{"Soc64Disable", [] { return socgen::generatedSoc(64); }, true}),
+                         [](const testing::TestParamInfo<LoggerCase>& info) { return info.param.name; });
 
 class PlanWithImageMatchesSim : public testing::TestWithParam<bool> {};
 
@@ -181,9 +182,7 @@ TEST_P(PlanWithImageMatchesSim, CommandsInOrder) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Runs, PlanWithImageMatchesSim, testing::Values(false, true),
-                         [](const testing::TestParamInfo<bool>& info) {
-                             return info.param ? "Disable" : "Configure";
-                         });
+                         [](const testing::TestParamInfo<bool>& info) { return info.param ? "Disable" : "Configure"; });
 
 // Every access is named by a block of the file and a register of its module.
 TEST(PlanNames, EveryAccessNamesItsBlockAndRegister) {

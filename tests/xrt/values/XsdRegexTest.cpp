@@ -20,16 +20,26 @@ struct match_case {
 };
 
 const match_case k_matches[] = {
-    {k_addr32, "0x0", true}, {k_addr32, "0xABCDEF12", true},
+    {k_addr32, "0x0", true},
+    {k_addr32, "0xABCDEF12", true},
     {k_addr32, "0x123456789", false},  // nine digits
-    {k_addr32, "0x", false}, {k_addr32, "0X10", false}, {k_addr32, " 0x10", false},
+    {k_addr32, "0x", false},
+    {k_addr32, "0X10", false},
+    {k_addr32, " 0x10", false},
     {k_addr32, "x0x10", false},  // the match covers the whole text
-    {k_addr32, std::string("0x1\0", 4), false}, {k_addr64, "0x1234567890abcdef", true},
-    {k_addr64, "0x1234567890abcdef0", false}, {"\\d{3}-\\d{4}", "555-1234", true},
-    {"[a-z]+(,[a-z]+)*", "a,bc", true}, {"abc|def", "def", true}, {"abc|def", "abcdef", false}, {"[^,]*", "", true},
+    {k_addr32, std::string("0x1\0", 4), false},
+    {k_addr64, "0x1234567890abcdef", true},
+    {k_addr64, "0x1234567890abcdef0", false},
+    {"\\d{3}-\\d{4}", "555-1234", true},
+    {"[a-z]+(,[a-z]+)*", "a,bc", true},
+    {"abc|def", "def", true},
+    {"abc|def", "abcdef", false},
+    {"[^,]*", "", true},
     {"a.c", "abc", true},
     {"a.c", "a\nc", false},  // "." excludes line ends
-    {"\\i\\c*", "_x1", true}, {"\\i\\c*", "1x", false}, {"(ab){2,3}", "ababab", true},
+    {"\\i\\c*", "_x1", true},
+    {"\\i\\c*", "1x", false},
+    {"(ab){2,3}", "ababab", true},
     {"\\p{Lu}\\p{Ll}*", "\xc3\x89lan", true},  // UTF-8 capital E acute
     {"\\p{Lu}\\p{Ll}*", "\xc3\xa9lan", false},
     {"[a-z]*", "\xff\xfe", false},  // broken UTF-8 is no match, and no crash

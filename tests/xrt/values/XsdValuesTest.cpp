@@ -18,28 +18,28 @@ struct text_case {
 
 const text_case k_text_cases[] = {
     // text          int    float  dec    bool
-    {"0",            true,  true,  true,  true},
-    {"true",         false, false, false, true},
-    {"TRUE",         false, false, false, false},
-    {"",             false, false, false, false},
-    {"+",            false, false, false, false},
-    {"+5",           true,  true,  true,  false},
-    {"5 ",           false, false, false, false},
-    {"1 0",          false, false, false, false},
-    {"1.",           false, true,  true,  false},
-    {".5",           false, true,  true,  false},
-    {".",            false, false, false, false},
-    {"1..2",         false, false, false, false},
-    {"1e",           false, false, false, false},
-    {"e5",           false, false, false, false},
-    {"1e+5",         false, true,  false, false},
-    {"1e5.0",        false, false, false, false},
-    {"-1.5E-07",     false, true,  false, false},
-    {"INF",          false, true,  false, false},
-    {"+INF",         false, false, false, false},
-    {"NaN",          false, true,  false, false},
-    {"-NaN",         false, false, false, false},
-    {"inf",          false, false, false, false},
+    {"0", true, true, true, true},
+    {"true", false, false, false, true},
+    {"TRUE", false, false, false, false},
+    {"", false, false, false, false},
+    {"+", false, false, false, false},
+    {"+5", true, true, true, false},
+    {"5 ", false, false, false, false},
+    {"1 0", false, false, false, false},
+    {"1.", false, true, true, false},
+    {".5", false, true, true, false},
+    {".", false, false, false, false},
+    {"1..2", false, false, false, false},
+    {"1e", false, false, false, false},
+    {"e5", false, false, false, false},
+    {"1e+5", false, true, false, false},
+    {"1e5.0", false, false, false, false},
+    {"-1.5E-07", false, true, false, false},
+    {"INF", false, true, false, false},
+    {"+INF", false, false, false, false},
+    {"NaN", false, true, false, false},
+    {"-NaN", false, false, false, false},
+    {"inf", false, false, false, false},
     {"123456789012345678901234567890", true, true, true, false},
 };
 
@@ -54,8 +54,8 @@ TEST(XsdTextTests, ClassifiesEachText) {
 }
 
 TEST(XsdTextTests, BooleanValueIsTrueOnlyForTrueAndOne) {
-    const std::pair<const char*, bool> cases[] = {
-        {"true", true}, {"1", true}, {"false", false}, {"0", false}, {"True", false}, {"", false}};
+    const std::pair<const char*, bool> cases[] = {{"true", true}, {"1", true},     {"false", false},
+                                                  {"0", false},   {"True", false}, {"", false}};
     for (const auto& c : cases) EXPECT_EQ(boolean_value(c.first), c.second) << c.first;
 }
 
@@ -74,18 +74,25 @@ const char* const k_i64_max = "9223372036854775807";
 const char* const k_u64_max = "18446744073709551615";
 
 const bound_case k_bound_cases[] = {
-    {"4294967295", "0", k_u32_max, e_no_error}, {"4294967296", "0", k_u32_max, e_value_above_max},
-    {"+0004294967295", "0", k_u32_max, e_no_error}, {"-1", "0", k_u32_max, e_value_below_min},
-    {"-000", "0", k_u32_max, e_no_error}, {"99999999999999999999999999999999", "0", k_u32_max, e_value_above_max},
-    {"", "0", k_u32_max, e_invalid_value_format}, {"1 ", "0", k_u32_max, e_invalid_value_format},
-    {"1.0", "0", k_u32_max, e_invalid_value_format}, {"-2147483649", k_i32_min, k_i32_max, e_value_below_min},
+    {"4294967295", "0", k_u32_max, e_no_error},
+    {"4294967296", "0", k_u32_max, e_value_above_max},
+    {"+0004294967295", "0", k_u32_max, e_no_error},
+    {"-1", "0", k_u32_max, e_value_below_min},
+    {"-000", "0", k_u32_max, e_no_error},
+    {"99999999999999999999999999999999", "0", k_u32_max, e_value_above_max},
+    {"", "0", k_u32_max, e_invalid_value_format},
+    {"1 ", "0", k_u32_max, e_invalid_value_format},
+    {"1.0", "0", k_u32_max, e_invalid_value_format},
+    {"-2147483649", k_i32_min, k_i32_max, e_value_below_min},
     {"-0000000000002147483648", k_i32_min, k_i32_max, e_no_error},
     {"-1999999999", k_i32_min, k_i32_max, e_no_error},
     {"-9223372036854775809", k_i64_min, k_i64_max, e_value_below_min},
     {"18446744073709551616", "0", k_u64_max, e_value_above_max},
     // A range wholly below zero orders negative numbers by magnitude reversed.
-    {"-11", "-10", "-5", e_value_below_min}, {"-4", "-10", "-5", e_value_above_max},
-    {"-7", "-10", "-5", e_no_error}, {"0", "-10", "-5", e_value_above_max},
+    {"-11", "-10", "-5", e_value_below_min},
+    {"-4", "-10", "-5", e_value_above_max},
+    {"-7", "-10", "-5", e_no_error},
+    {"0", "-10", "-5", e_value_above_max},
 };
 
 TEST(XsdIntegerBounds, ChecksFormatThenBounds) {
@@ -97,8 +104,10 @@ TEST(XsdIntegerBounds, ChecksFormatThenBounds) {
 
 TEST(XsdBigInt, AssignmentKeepsTheNormalForm) {
     const std::pair<const char*, const char*> cases[] = {
-        {"-000", "0"}, {"", "0"}, {"-", "0"}, {"abc", "0"}, {"+42", "42"}, {"-007", "-7"}, {"12abc", "12"},
-        {"123456789012345678901234567890", "123456789012345678901234567890"},
+        {"-000", "0"},   {"", "0"},
+        {"-", "0"},      {"abc", "0"},
+        {"+42", "42"},   {"-007", "-7"},
+        {"12abc", "12"}, {"123456789012345678901234567890", "123456789012345678901234567890"},
     };
     for (const auto& c : cases) {
         c_big_int value;
@@ -114,9 +123,18 @@ TEST(XsdBigInt, ComparesWithTexts) {
         int order;
     };
     const row cases[] = {
-        {"0", "-0", 0},   {"0", "", 0},      {"123", "0123", 0}, {"10", "9", 1},   {"99", "100", -1},
-        {"-10", "-9", -1}, {"-100", "-99", -1}, {"-1", "1", -1},    {"0", "-1", 1},   {"-1", "-0", -1},
-        {"19", "21", -1}, {"-19", "-21", 1},
+        {"0", "-0", 0},
+        {"0", "", 0},
+        {"123", "0123", 0},
+        {"10", "9", 1},
+        {"99", "100", -1},
+        {"-10", "-9", -1},
+        {"-100", "-99", -1},
+        {"-1", "1", -1},
+        {"0", "-1", 1},
+        {"-1", "-0", -1},
+        {"19", "21", -1},
+        {"-19", "-21", 1},
         {"18446744073709551616", "18446744073709551615", 1},
     };
     for (const auto& c : cases) {
@@ -146,14 +164,19 @@ TEST(XsdFloat, ReadsTexts) {
 
 TEST(XsdFloat, WritesTextsByClassOfValue) {
     const std::pair<float, const char*> floats[] = {
-        {std::numeric_limits<float>::quiet_NaN(), "NaN"}, {-std::numeric_limits<float>::infinity(), "-INF"},
-        {-0.0f, "-0.0"}, {1.5f, "1.5"}, {3.14159265f, "3.141593"}, {123456789.0f, "1.234568e+08"}, {1e-5f, "1e-05"},
+        {std::numeric_limits<float>::quiet_NaN(), "NaN"},
+        {-std::numeric_limits<float>::infinity(), "-INF"},
+        {-0.0f, "-0.0"},
+        {1.5f, "1.5"},
+        {3.14159265f, "3.141593"},
+        {123456789.0f, "1.234568e+08"},
+        {1e-5f, "1e-05"},
         {-42.0f, "-42"},
     };
     for (const auto& c : floats) EXPECT_EQ(float_to_text(c.first), c.second);
     const std::pair<double, const char*> doubles[] = {
-        {std::numeric_limits<double>::quiet_NaN(), "NaN"}, {-0.0, "-0.0"}, {3.14159265358979, "3.1415926535898"},
-        {1234567890123456.0, "1.2345678901235e+15"}, {1e20, "1e+20"},
+        {std::numeric_limits<double>::quiet_NaN(), "NaN"}, {-0.0, "-0.0"},  {3.14159265358979, "3.1415926535898"},
+        {1234567890123456.0, "1.2345678901235e+15"},       {1e20, "1e+20"},
     };
     for (const auto& c : doubles) EXPECT_EQ(double_to_text(c.first), c.second);
 }
@@ -161,8 +184,18 @@ TEST(XsdFloat, WritesTextsByClassOfValue) {
 // The text of a value and what the stream writer gives for it never differ:
 // exponents of one to three digits, rounding that carries, the smallest values.
 TEST(XsdFloat, TextMatchesTheStreamWriter) {
-    const double doubles[] = {1e-300, -2.5e-308, 4.9e-324, 1.7976931348623157e308, 99999999999999.5,
-                              999999999999995.0, 0.000123456789012345, 1e14, 1e15, -123.456, 0.1, 7.0};
+    const double doubles[] = {1e-300,
+                              -2.5e-308,
+                              4.9e-324,
+                              1.7976931348623157e308,
+                              99999999999999.5,
+                              999999999999995.0,
+                              0.000123456789012345,
+                              1e14,
+                              1e15,
+                              -123.456,
+                              0.1,
+                              7.0};
     for (double v : doubles) {
         std::ostringstream os;
         write_double(os, v);
@@ -194,8 +227,12 @@ TEST(XsdDecimal, ReadsAndWritesCanonicalForm) {
         unsigned total, fraction;
     };
     const row cases[] = {
-        {"1", "1.0", 1, 0},         {"+.5", "0.5", 1, 1},     {"-0.0", "0.0", 1, 0},
-        {"007.100", "7.1", 2, 1},   {"0.0012", "0.0012", 2, 4}, {"120.0", "120.0", 3, 0},
+        {"1", "1.0", 1, 0},
+        {"+.5", "0.5", 1, 1},
+        {"-0.0", "0.0", 1, 0},
+        {"007.100", "7.1", 2, 1},
+        {"0.0012", "0.0012", 2, 4},
+        {"120.0", "120.0", 3, 0},
         {"-12.345", "-12.345", 5, 3},
         {"12345678901234567890.000000000001", "12345678901234567890.000000000001", 32, 12},
     };
@@ -236,10 +273,11 @@ TEST(XsdBinary, ReadsHexAndBase64) {
     const row cases[] = {
         {"0fb7", false, true, "\x0f\xb7"}, {"", false, true, ""},
         {"0FB", false, false, ""},         {"0G", false, false, ""},
-        {"Zm9v", true, true, "foo"},       {"Zm8=", true, true, "fo"},        {"Zg==", true, true, "f"},
-        {"Zm9v YmFy", true, true, "foobar"},
-        {"Zh==", true, false, ""},         {"Zm9=", true, false, ""},         {"Zm9", true, false, ""},
-        {"Z===", true, false, ""},         {"Zm=v", true, false, ""},
+        {"Zm9v", true, true, "foo"},       {"Zm8=", true, true, "fo"},
+        {"Zg==", true, true, "f"},         {"Zm9v YmFy", true, true, "foobar"},
+        {"Zh==", true, false, ""},         {"Zm9=", true, false, ""},
+        {"Zm9", true, false, ""},          {"Z===", true, false, ""},
+        {"Zm=v", true, false, ""},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.text);
