@@ -83,43 +83,53 @@ void TraceTargetConfigPluginKA2::loadModules() {
     if (loadDataStreams()) linkDependencies();
 }
 
-void TraceTargetConfigPluginKA2::loadGenerators(const std::string& blockName, bool readDependency) {
+template <class Visit>
+void TraceTargetConfigPluginKA2::forEachChildModule(const std::string& blockName, Visit visit) {
     boost::shared_ptr<ConfigBlock> parent = configuration->getConfigBlock(blockName);
     if (!parent) return;
     auto children = parent->getConfigBlocks();
     if (!children) return;
     for (std::size_t i = 0; i < children->size(); ++i) {
         boost::shared_ptr<ConfigBlock> child = (*children)[i];
+        // The module is made before the dependency is read: their log lines
+        // come in that order.
         boost::shared_ptr<ConfigurationModule> module = moduleCreator->createModule(child);
+        visit(child, module);
+    }
+}
+
+void TraceTargetConfigPluginKA2::keepModule(const boost::shared_ptr<ConfigurationModule>& module,
+                                            const std::string& dependency) {
+    moduleMap[module->getName()] = module;
+    if (!dependency.empty()) dependencyMap[module->getName()] = dependency;
+}
+
+void TraceTargetConfigPluginKA2::loadGenerators(const std::string& blockName, bool readDependency) {
+    forEachChildModule(blockName, [&](const boost::shared_ptr<ConfigBlock>& child,
+                                      const boost::shared_ptr<ConfigurationModule>& module) {
         // The dependency is read, and a missing one reported, even for a child
         // that gives no module.
         const std::string dependency = readDependency ? loadConfigBlockDependency(child) : std::string();
-        if (!module) continue;
+        if (!module) return;
         moduleList.push_back(module);
-        moduleMap[module->getName()] = module;
-        if (!dependency.empty()) dependencyMap[module->getName()] = dependency;
-    }
+        keepModule(module, dependency);
+    });
 }
 
 void TraceTargetConfigPluginKA2::loadSocModules(const std::string& blockName,
                                                 std::map<std::string, FunnelPortSettings>& funnels) {
-    boost::shared_ptr<ConfigBlock> parent = configuration->getConfigBlock(blockName);
-    if (!parent) return;
-    auto children = parent->getConfigBlocks();
-    if (!children) return;
-    for (std::size_t i = 0; i < children->size(); ++i) {
-        boost::shared_ptr<ConfigBlock> child = (*children)[i];
-        boost::shared_ptr<ConfigurationModule> module = moduleCreator->createModule(child);
+    forEachChildModule(blockName, [&](const boost::shared_ptr<ConfigBlock>& child,
+                                      const boost::shared_ptr<ConfigurationModule>& module) {
         const std::string dependency = loadConfigBlockDependency(child);
         // Cluster and SoC funnel names classify as no module: nothing to keep.
-        if (!module) continue;
+        if (!module) return;
 
         if (module->getModuleType() == ConfigurationModule::FunnelPort) {
             auto port = boost::dynamic_pointer_cast<quorl::ArmFunnelPortModule>(module);
             if (!port) {
                 logPluginKA2.write("ArmFunnelPortModule cast failed. Check configModule returned from creator.",
                                    quorl::LOG_ERROR);
-                continue;
+                return;
             }
             const uint32_t number = port->getPortNumber();
             // The port has reported a number beyond the funnel's eight inputs
@@ -131,9 +141,8 @@ void TraceTargetConfigPluginKA2::loadSocModules(const std::string& blockName,
             }
         }
 
-        moduleMap[module->getName()] = module;
-        if (!dependency.empty()) dependencyMap[module->getName()] = dependency;
-    }
+        keepModule(module, dependency);
+    });
 }
 
 void TraceTargetConfigPluginKA2::applyFunnelSettings(const std::map<std::string, FunnelPortSettings>& funnels) {

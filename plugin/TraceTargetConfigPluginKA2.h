@@ -49,6 +49,11 @@ public:
     static std::string funnelNameOfPort(const std::string& portName);
 
 private:
+    // Calls visit(child, module) for each child block of `blockName`, with the
+    // module the factory makes of it (null for none), in file order.
+    template <class Visit>
+    void forEachChildModule(const std::string& blockName, Visit visit);
+    void keepModule(const boost::shared_ptr<quorl::ConfigurationModule>& module, const std::string& dependency);
     void loadGenerators(const std::string& blockName, bool readDependency);
     void loadSocModules(const std::string& blockName, std::map<std::string, FunnelPortSettings>& funnels);
     void applyFunnelSettings(const std::map<std::string, FunnelPortSettings>& funnels);
