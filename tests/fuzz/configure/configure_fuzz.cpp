@@ -7,7 +7,8 @@
 // so the target has a mutator of its own that edits the file as elements: a
 // value replaced by one that suits its attribute kind or names a block, a
 // block renamed, an element dropped or doubled. The result stays well formed
-// and mostly loads; one mutation in eight is libFuzzer's own, for the loader.
+// and mostly loads; one mutation in 64 is libFuzzer's own, for the loader, and
+// an input the loader refuses is swapped for one that reached the modules.
 //
 // With --reach-report (libFuzzer ignores flags that start with "--") the
 // target prints at exit how many inputs loaded and how many reached module
@@ -24,6 +25,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -65,11 +67,35 @@ boost::shared_ptr<CONFIG_KA2::TraceTargetConfigPluginKA2> makePlugin(const quorl
 #ifndef RQ7_CORPUS_REPLAY
 extern "C" size_t LLVMFuzzerMutate(uint8_t* data, size_t size, size_t maxSize);
 
+namespace {
+
+// Recent inputs that reached the modules. An input the loader refuses is not
+// edited itself (its edits stay refused, and a grown corpus fills up with
+// such inputs since they add loader coverage); one of these is edited instead.
+std::vector<std::string> reachedPool;
+size_t reachedNext = 0;
+
+void rememberReached(const uint8_t* data, size_t size) {
+    if (reachedPool.size() < 64) reachedPool.emplace_back(reinterpret_cast<const char*>(data), size);
+    else reachedPool[reachedNext++ % reachedPool.size()].assign(reinterpret_cast<const char*>(data), size);
+}
+
+bool loads(const std::string& text) {
+    xrt::exrt_error code;
+    return static_cast<bool>(quorl::loadConfigurationFromMemory(text.data(), text.size(), &code));
+}
+
+}  // namespace
+
 extern "C" size_t LLVMFuzzerCustomMutator(uint8_t* data, size_t size, size_t maxSize, unsigned int seed) {
+    // Byte mutations are for the loader, which its own targets cover; here
+    // they are rare so that the corpus stays mostly loadable.
+    if (seed % 64 == 0) return LLVMFuzzerMutate(data, size, maxSize);
+    std::string text(reinterpret_cast<char*>(data), size);
+    if (!reachedPool.empty() && !loads(text)) text = reachedPool[(seed / 64) % reachedPool.size()];
     // A file near the size limit gets a few tries, as a doubled block may not fit.
-    for (unsigned attempt = 0; seed % 8 != 0 && attempt < 4; ++attempt) {
-        const std::string mutated =
-            rq7fuzz::mutateConfiguration(std::string(reinterpret_cast<char*>(data), size), seed / 8 + attempt);
+    for (unsigned attempt = 0; attempt < 4; ++attempt) {
+        const std::string mutated = rq7fuzz::mutateConfiguration(text, seed / 64 + attempt);
         if (mutated.empty()) break;
         if (mutated.size() <= maxSize) {
             std::memcpy(data, mutated.data(), mutated.size());
@@ -78,6 +104,8 @@ extern "C" size_t LLVMFuzzerCustomMutator(uint8_t* data, size_t size, size_t max
     }
     return LLVMFuzzerMutate(data, size, maxSize);
 }
+#else
+void rememberReached(const uint8_t*, size_t) {}
 #endif
 
 // Inputs so far that reached module loading; read by the corpus replay test.
@@ -107,7 +135,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
 
     auto configure = makePlugin(cfg);
     configure->configure();
-    if (!configure->getModuleList().empty()) ++counts.reached;
+    if (!configure->getModuleList().empty()) {
+        ++counts.reached;
+        rememberReached(data, size);
+    }
 
     auto disable = makePlugin(cfg);
     disable->disableTrace();
