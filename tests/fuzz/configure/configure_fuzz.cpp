@@ -76,8 +76,10 @@ std::vector<std::string> reachedPool;
 size_t reachedNext = 0;
 
 void rememberReached(const uint8_t* data, size_t size) {
-    if (reachedPool.size() < 64) reachedPool.emplace_back(reinterpret_cast<const char*>(data), size);
-    else reachedPool[reachedNext++ % reachedPool.size()].assign(reinterpret_cast<const char*>(data), size);
+    if (reachedPool.size() < 64)
+        reachedPool.emplace_back(reinterpret_cast<const char*>(data), size);
+    else
+        reachedPool[reachedNext++ % reachedPool.size()].assign(reinterpret_cast<const char*>(data), size);
 }
 
 bool loads(const std::string& text) {
