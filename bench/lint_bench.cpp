@@ -9,9 +9,9 @@
 //   lint_ms    lintConfiguration of the same file (findings included)
 //   ratio      lint_ms / load_ms (goal for 64 cores: at most 1.5)
 //   growth     (BM_LintGrowth) lint_ms of 640 cores / lint_ms of 64 cores (goal: at most 11)
+#include "bench/SocBench.h"
 #include "common/src/ConfigurationLoader.h"
 #include "rq7/Lint.h"
-#include "tools/socgen/SocGen.h"
 
 #include <benchmark/benchmark.h>
 
@@ -23,19 +23,8 @@
 
 namespace {
 
-double cpuMs() {
-    timespec t{};
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &t);
-    return t.tv_sec * 1e3 + t.tv_nsec / 1e6;
-}
-
-std::string socFile(unsigned cores) {
-    char pattern[] = "/tmp/rq7-lint-bench-XXXXXX";
-    if (!mkdtemp(pattern)) throw std::runtime_error("mkdtemp");
-    const std::string path = std::string(pattern) + "/soc.xml";
-    std::ofstream(path, std::ios::binary) << socgen::generatedSoc(cores);
-    return path;
-}
+using rq7bench::cpuMs;
+using rq7bench::writeSocFile;
 
 double lintMs(const std::string& path) {
     const double start = cpuMs();
@@ -45,7 +34,7 @@ double lintMs(const std::string& path) {
 }
 
 void BM_LintAgainstLoad64(benchmark::State& state) {
-    const std::string path = socFile(64);
+    const std::string path = writeSocFile(64);
     double loadMs = 0, lint = 0;
     for (auto _ : state) {
         const double start = cpuMs();
@@ -61,7 +50,7 @@ void BM_LintAgainstLoad64(benchmark::State& state) {
 BENCHMARK(BM_LintAgainstLoad64)->Unit(benchmark::kMillisecond)->Iterations(20);
 
 void BM_LintGrowth(benchmark::State& state) {
-    const std::string small = socFile(64), large = socFile(640);
+    const std::string small = writeSocFile(64), large = writeSocFile(640);
     double smallMs = 0, largeMs = 0;
     for (auto _ : state) {
         smallMs += lintMs(small);

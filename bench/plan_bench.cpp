@@ -11,10 +11,10 @@
 //   make_ms    the makePlan part alone (load, modules, recording)
 //   accesses   register accesses in the plan
 //   ratio      plan_ms / load_ms (goal: at most 1.5)
+#include "bench/SocBench.h"
 #include "common/src/ConfigurationLoader.h"
 #include "rq7/Plan.h"
 #include "rq7/PlanText.h"
-#include "tools/socgen/SocGen.h"
 
 #include <benchmark/benchmark.h>
 
@@ -28,22 +28,11 @@
 
 namespace {
 
-double cpuMs() {
-    timespec t{};
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &t);
-    return t.tv_sec * 1e3 + t.tv_nsec / 1e6;
-}
-
-std::string writeSoc(unsigned cores) {
-    char pattern[] = "/tmp/rq7-plan-bench-XXXXXX";
-    if (!mkdtemp(pattern)) throw std::runtime_error("mkdtemp");
-    const std::string path = std::string(pattern) + "/soc.xml";
-    std::ofstream(path, std::ios::binary) << socgen::generatedSoc(cores);
-    return path;
-}
+using rq7bench::cpuMs;
+using rq7bench::writeSocFile;
 
 void BM_PlanAgainstLoad64(benchmark::State& state) {
-    const std::string path = writeSoc(64);
+    const std::string path = writeSocFile(64);
     double loadMs = 0, planMs = 0, makeMs = 0;
     size_t accesses = 0;
     for (auto _ : state) {
