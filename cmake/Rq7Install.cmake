@@ -1,37 +1,17 @@
 # Install layout and the Debian package.
 #
-# Executables go to bin; the XML runtime (a shared library that no other
-# package uses) to a private folder under the lib dir, found through a
-# RUNPATH relative to the executable, so an installed tree works wherever it
-# is unpacked and never reaches back into the build folder.
+# Executables go to bin; they carry our own libraries and the C++ runtime
+# linked in, so an installed tree works wherever it is unpacked and never
+# reaches back into the build folder.
 include(GNUInstallDirs)
 
-# Under the multiarch folder where there is one, as Debian places private
-# libraries (and so outside the folders that ldconfig scans).
-if(CMAKE_LIBRARY_ARCHITECTURE)
-  set(RQ7_PRIVATE_LIBDIR "lib/${CMAKE_LIBRARY_ARCHITECTURE}/rq7-config")
-else()
-  set(RQ7_PRIVATE_LIBDIR "${CMAKE_INSTALL_LIBDIR}/rq7-config")
-endif()
 set(RQ7_DOCDIR "${CMAKE_INSTALL_DATADIR}/doc/rq7-config")
-
-# Runs before the targets are created, so every executable gets this RUNPATH
-# when it is installed (the build tree keeps its own absolute one).
-macro(rq7_install_rpath)
-  file(RELATIVE_PATH _rq7_rel "/p/${CMAKE_INSTALL_BINDIR}" "/p/${RQ7_PRIVATE_LIBDIR}")
-  set(CMAKE_INSTALL_RPATH "$ORIGIN/${_rq7_rel}")
-  set(CMAKE_INSTALL_RPATH_USE_LINK_PATH OFF)
-endmacro()
 
 function(rq7_install)
   install(TARGETS rq7.config gta-sim RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
   if(TARGET rq7)
     install(TARGETS rq7 RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
   endif()
-  # The library itself needs no search path of its own.
-  set_target_properties(rq7_xrt PROPERTIES INSTALL_RPATH "")
-  install(TARGETS rq7_xrt LIBRARY DESTINATION ${RQ7_PRIVATE_LIBDIR})
-
   # Man pages, compressed without a time stamp so the package is reproducible.
   set(man_src ${PROJECT_SOURCE_DIR}/docs/man)
   set(man_pages rq7.config.1 gta-sim.1 rq7-config.xml.5)
@@ -96,11 +76,13 @@ and, when built, the rq7 companion command.")
   set(CPACK_DEBIAN_PACKAGE_SECTION devel)
   set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
   set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+  # Loaded by name on first need (schema patterns beyond the simple ones), so
+  # dpkg-shlibdeps cannot see it.
+  set(CPACK_DEBIAN_PACKAGE_DEPENDS "libxml2 (>= 2.9)")
   if(TARGET rq7)
     # rq7 graph draws through Graphviz; snapshots are read by OpenCSD's lister.
     set(CPACK_DEBIAN_PACKAGE_SUGGESTS "graphviz, libopencsd-bin")
   endif()
-  set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_BINARY_DIR}/xrt)
   set(CPACK_STRIP_FILES ON)
   set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
   set(CPACK_INSTALL_PREFIX /usr)
