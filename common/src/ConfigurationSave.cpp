@@ -1,6 +1,6 @@
 // Writing the tree back to its file: the tree fills the binding objects
 // (populate), which the writer marshals. The user's file is replaced only by
-// a complete document: the text goes to an unnamed file in the same folder,
+// a complete document: the text goes straight to an unnamed file in the same folder,
 // which gets a name once it is complete and synced and is then renamed over
 // the original.
 #include "common/src/AttributeXml.h"
@@ -23,6 +23,7 @@
 #include <climits>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <random>
 #include <sstream>
 #include <vector>
@@ -107,9 +108,7 @@ std::string folderOf(const std::string& path) {
     return path.substr(0, slash);
 }
 
-int writeAll(int fd, const std::string& text) {
-    const char* p = text.data();
-    size_t left = text.size();
+int writeAll(int fd, const char* p, size_t left) {
     while (left) {
         const ssize_t n = ::write(fd, p, left);
         if (n < 0) {
@@ -120,6 +119,66 @@ int writeAll(int fd, const std::string& text) {
         left -= static_cast<size_t>(n);
     }
     return 0;
+}
+
+int writeAll(int fd, const std::string& text) {
+    return writeAll(fd, text.data(), text.size());
+}
+
+// The document goes straight to the temporary file through this buffer: a
+// text built in memory first cost three times its size at the peak of a save.
+// The first failed write is kept and fails the stream.
+class FileOutput : public std::streambuf {
+public:
+    explicit FileOutput(int fd) : fd(fd), buffer(new char[size]) { setp(buffer.get(), buffer.get() + size); }
+    int error() const { return failure; }
+
+protected:
+    int overflow(int c) override {
+        if (drain() != 0) return traits_type::eof();
+        if (c != traits_type::eof()) {
+            *pptr() = static_cast<char>(c);
+            pbump(1);
+        }
+        return traits_type::not_eof(c);
+    }
+    std::streamsize xsputn(const char* s, std::streamsize n) override {
+        if (n > epptr() - pptr()) {
+            if (drain() != 0) return 0;
+            if (n >= static_cast<std::streamsize>(size)) {
+                failure = writeAll(fd, s, static_cast<size_t>(n));
+                return failure ? 0 : n;
+            }
+        }
+        std::memcpy(pptr(), s, static_cast<size_t>(n));
+        pbump(static_cast<int>(n));
+        return n;
+    }
+    int sync() override { return drain(); }
+
+private:
+    int drain() {
+        if (failure) return -1;
+        if (pptr() > pbase()) failure = writeAll(fd, pbase(), static_cast<size_t>(pptr() - pbase()));
+        setp(buffer.get(), buffer.get() + size);
+        return failure ? -1 : 0;
+    }
+
+    static constexpr size_t size = 64 * 1024;
+    int fd;
+    int failure = 0;
+    std::unique_ptr<char[]> buffer;
+};
+
+// Output that goes nowhere: tells whether a writer succeeds, where a failed
+// writer must be reported ahead of a failure of the file.
+bool writerFails(const std::function<bool(std::ostream&)>& write) {
+    struct Discard : std::streambuf {
+        int overflow(int c) override { return traits_type::not_eof(c); }
+        std::streamsize xsputn(const char*, std::streamsize n) override { return n; }
+    } discard;
+    std::ostream os(&discard);
+    return !write(os) || !os.good();
 }
 
 // While a save runs, SIGINT and SIGTERM first remove the temporary name (if
@@ -232,41 +291,47 @@ bool folderRefusesNewFiles(int error) {
 }  // namespace
 
 int replaceFile(const std::string& path, const std::function<bool(std::ostream&)>& write, SaveMethod method) {
-    std::string text;
-    {
-        std::ostringstream os;
-        if (!write(os) || !os.good()) return EINVAL;
-        text = os.str();
-    }
     const std::string target = resolveTarget(path);
     const std::string folder = folderOf(target);
 
     struct stat original;
     const bool exists = ::stat(target.c_str(), &original) == 0;
-    if (exists && !S_ISREG(original.st_mode)) return S_ISDIR(original.st_mode) ? EISDIR : EINVAL;
+    if (exists && !S_ISREG(original.st_mode)) {
+        if (writerFails(write)) return EINVAL;
+        return S_ISDIR(original.st_mode) ? EISDIR : EINVAL;
+    }
+    // Without a temporary file: the text is complete in memory before the
+    // target is touched.
+    const auto refused = [&](int error) {
+        if (!exists || !folderRefusesNewFiles(error)) return writerFails(write) ? EINVAL : error;
+        std::ostringstream os;
+        if (!write(os) || !os.good()) return EINVAL;
+        return writeInPlace(target, os.str());
+    };
 
     SignalGuard guard;
     std::string name;  // the temporary's name once it has one
     int fd = -1;
     if (method == SaveMethod::Automatic) {
         fd = ::open(folder.c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, 0666);
-        if (fd < 0 && errno != EOPNOTSUPP && errno != EISDIR && errno != EINVAL) {
-            const int error = errno;
-            if (exists && folderRefusesNewFiles(error)) return writeInPlace(target, text);
-            return error;
-        }
+        if (fd < 0 && errno != EOPNOTSUPP && errno != EISDIR && errno != EINVAL) return refused(errno);
     }
     if (fd < 0) {
         fd = createNamedTemporary(folder, 0666, &name);
-        if (fd < 0) {
-            const int error = errno;
-            if (exists && folderRefusesNewFiles(error)) return writeInPlace(target, text);
-            return error;
-        }
+        if (fd < 0) return refused(errno);
     }
     copyOwnership(fd, exists ? &original : nullptr);
 
-    int error = writeAll(fd, text);
+    int error = 0;
+    {
+        FileOutput output(fd);
+        std::ostream os(&output);
+        const bool written = write(os) && os.flush().good();
+        if (output.error())
+            error = writerFails(write) ? EINVAL : output.error();
+        else if (!written)
+            error = EINVAL;
+    }
     // The text is on disk before any name points at it.
     if (!error && ::fsync(fd) != 0) error = errno;
     if (!error && name.empty()) error = nameUnnamedFile(fd, folder, &name);

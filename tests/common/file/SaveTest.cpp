@@ -105,6 +105,9 @@ TEST(ReplaceFile, FailuresGiveTheirReasonAndKeepTheOriginal) {
         {"missing folder", "missing/keep.xml", false, ENOENT},
         {"a folder in place of the file", "sub", false, EISDIR},
         {"the writer gives up", "keep.xml", true, EINVAL},
+        // A writer that gives up is reported ahead of what is wrong with the path.
+        {"the writer gives up, missing folder", "missing/keep.xml", true, EINVAL},
+        {"the writer gives up, a folder in place of the file", "sub", true, EINVAL},
         {"a name too long", std::string(256, 'n'), false, ENAMETOOLONG},
     };
     for (SaveMethod method : METHODS) {
@@ -115,7 +118,8 @@ TEST(ReplaceFile, FailuresGiveTheirReasonAndKeepTheOriginal) {
             const int error = replaceFile(
                 dir.file(r.name),
                 [&](std::ostream& os) {
-                    os << "<QUORL>";
+                    // Past the output buffer, so that part of the text is on disk when it gives up.
+                    for (int i = 0; i < 20000; ++i) os << "<QUORL>";
                     return !r.writerFails;
                 },
                 method);
@@ -127,6 +131,28 @@ TEST(ReplaceFile, FailuresGiveTheirReasonAndKeepTheOriginal) {
                                                   [&](std::ostream& os) { return !r.writerFails; }));
             EXPECT_EQ(errno, r.error) << r.what;
         }
+    }
+}
+
+// The text reaches the file in pieces of every size, byte for byte.
+TEST(ReplaceFile, LongTextsArriveWhole) {
+    std::string expected;
+    const auto write = [&](std::ostream& os) {
+        expected.clear();
+        for (size_t piece : {1u, 7u, 65535u, 1u, 200000u, 3u, 65536u, 131073u}) {
+            const std::string text(piece, static_cast<char>('a' + piece % 26));
+            if (piece % 2)
+                os << text;
+            else
+                for (char c : text) os.put(c);
+            expected += text;
+        }
+        return true;
+    };
+    for (SaveMethod method : METHODS) {
+        TempDir dir;
+        ASSERT_EQ(replaceFile(dir.file("board.xml"), write, method), 0);
+        EXPECT_EQ(readFile(dir.file("board.xml")), expected);
     }
 }
 
