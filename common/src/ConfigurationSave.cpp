@@ -350,12 +350,66 @@ bool replaceFileSafely(const std::string& path, std::ios_base::openmode,
 
 // ---- save ------------------------------------------------------------------------
 
+namespace {
+
+// Writing straight from the tree: each attribute passes through a binding
+// object of its own, written and dropped, so that the document never exists
+// twice in memory. The text is the one populate and marshal give.
+exrt_error writeBlock(const ConfigBlock* block, xrt::c_xml_writer& w);
+
+template <class Block>
+exrt_error writeBlockOf(const Block& block, bool editable, xrt::c_xml_writer& w) {
+    c_ConfigBlock head;
+    head.set_Name(block.getName());
+    if (editable) head.set_Mutable(true);
+    head.marshal_open(w);
+    c_ConfigBlock holder;
+    PopulateConfigAttributeXMLVisitor visitor(&holder);
+    for (const ConfigAttributePtr& attribute : block.getConfigAttributes()->snapshot()) {
+        holder.clear_StringAttribute();
+        holder.append_StringAttribute();
+        attribute->accept(visitor);
+        if (exrt_error e = holder.get_StringAttribute(0).marshal(w)) return e;
+    }
+    for (const ConfigBlockPtr& child : block.getConfigBlocks()->snapshot())
+        if (exrt_error e = writeBlock(child.get(), w)) return e;
+    head.marshal_close(w);
+    return XB_OK;
+}
+
+// A block of another implementation is written as an empty element, as
+// populate leaves it.
+exrt_error writeBlock(const ConfigBlock* block, xrt::c_xml_writer& w) {
+    if (auto editable = dynamic_cast<const MutableConfigBlockXml*>(block)) return writeBlockOf(*editable, true, w);
+    if (auto plain = dynamic_cast<const ConfigBlockXml*>(block)) return writeBlockOf(*plain, false, w);
+    return c_ConfigBlock().marshal(w);
+}
+
+}  // namespace
+
+exrt_error ConfigurationXml::write(xrt::c_xml_writer& w) const {
+    c_Configuration head;
+    head.set_Name(getName());
+    head.set_Version(getVersion());
+    const std::string text = getComments();
+    if (!text.empty()) head.set_Comments(text);
+    writeStart(w, "QUORL");
+    head.marshal_open(w);
+    for (const ConfigBlockPtr& block : blockMap.values()) {
+        if (!dynamic_cast<const ConfigBlockXml*>(block.get()) &&
+            !dynamic_cast<const MutableConfigBlockXml*>(block.get()))
+            logConfigurationXml.write("Unsupported configuration type", LOG_ERROR);
+        if (exrt_error e = writeBlock(block.get(), w)) return e;
+    }
+    head.marshal_close(w);
+    writeEnd(w, "QUORL");
+    return XB_OK;
+}
+
 bool ConfigurationXml::save(const std::string& path, std::ios_base::openmode openMode, int) const {
-    c_QUORL document;
-    populate(document.get_Configuration());
     return replaceFileSafely(path, openMode, [&](std::ostream& os) {
         xrt::c_xml_writer writer(os);
-        return document.marshal(writer) == XB_OK;
+        return write(writer) == XB_OK;
     });
 }
 

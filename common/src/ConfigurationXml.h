@@ -10,11 +10,16 @@
 #include "common/src/Configuration.h"
 #include "common/src/Map.h"
 #include "common/src/Vector.h"
+#include "xrt/xrt_error.h"
 
 #include <boost/shared_ptr.hpp>
 
 #include <ios>
 #include <string>
+
+namespace xrt {
+class c_xml_writer;
+}
 
 namespace quorl {
 
@@ -64,6 +69,9 @@ public:
     // Writes the document into its binding object. Defined with the file
     // writer.
     virtual void populate(c_Configuration& element) const;
+    // Writes the document as populate and marshal would, one attribute's
+    // binding object at a time. Defined with the file writer.
+    xrt::exrt_error write(xrt::c_xml_writer& w) const;
 
     // ---- Building and loading ----
     // Appends block to blockList and enters it in blockMap if its name is

@@ -374,13 +374,21 @@ exrt_error c_ConfigBlock::unmarshal(BindReader& r) {
     return r.endTag("ConfigBlock");
 }
 
-exrt_error c_ConfigBlock::marshal(xrt::c_xml_writer& w) const {
+void c_ConfigBlock::marshal_open(xrt::c_xml_writer& w) const {
     writeStart(w, "ConfigBlock");
     writeLeaf<TextCodec>(w, "Name", name);
     if (hasMutable) writeLeaf<FlagCodec>(w, "Mutable", mutableFlag);
+}
+
+void c_ConfigBlock::marshal_close(xrt::c_xml_writer& w) const {
+    writeEnd(w, "ConfigBlock");
+}
+
+exrt_error c_ConfigBlock::marshal(xrt::c_xml_writer& w) const {
+    marshal_open(w);
     for (const c_anon_StringAttribute& c : children)
         if (exrt_error e = c.marshal(w)) return e;
-    writeEnd(w, "ConfigBlock");
+    marshal_close(w);
     return XB_OK;
 }
 
@@ -412,15 +420,23 @@ exrt_error c_Configuration::unmarshal(BindReader& r) {
     return r.endTag(self);
 }
 
-exrt_error c_Configuration::marshal(xrt::c_xml_writer& w) const {
+void c_Configuration::marshal_open(xrt::c_xml_writer& w) const {
     writeStart(w, "Configuration");
     writeLeaf<TextCodec>(w, "Name", name);
     writeLeaf<TextCodec>(w, "Version", version);
     if (hasComments) writeLeaf<TextCodec>(w, "Comments", comments);
-    for (const c_ConfigBlock& b : blocks)
-        if (exrt_error e = b.marshal(w)) return e;
+}
+
+void c_Configuration::marshal_close(xrt::c_xml_writer& w) const {
     if (hasDefault) writeLeaf<FlagCodec>(w, "default", defaultFlag);
     writeEnd(w, "Configuration");
+}
+
+exrt_error c_Configuration::marshal(xrt::c_xml_writer& w) const {
+    marshal_open(w);
+    for (const c_ConfigBlock& b : blocks)
+        if (exrt_error e = b.marshal(w)) return e;
+    marshal_close(w);
     return XB_OK;
 }
 

@@ -356,6 +356,9 @@ public:
     const char* element_name() const override { return "ConfigBlock"; }
     exrt_error marshal(xrt::c_xml_writer& w) const override;
     exrt_error unmarshal(BindReader& r) override;
+    // The element around its children, for writers that stream the children.
+    void marshal_open(xrt::c_xml_writer& w) const;
+    void marshal_close(xrt::c_xml_writer& w) const;
 
 private:
     std::string name;
@@ -405,6 +408,9 @@ public:
     const char* element_name() const override { return "Configuration"; }
     exrt_error marshal(xrt::c_xml_writer& w) const override;
     exrt_error unmarshal(BindReader& r) override;
+    // The element around its blocks, for writers that stream the blocks.
+    void marshal_open(xrt::c_xml_writer& w) const;
+    void marshal_close(xrt::c_xml_writer& w) const;
 
 private:
     std::string name;
