@@ -111,6 +111,13 @@ protected:
         }
     }
 
+    // The children of a file binding element, built in file order (defined
+    // with the loader). An element passed as an rvalue loses each child's
+    // binding object as soon as the child is built, so that a loaded
+    // document never exists twice in memory.
+    template <class Element>
+    void buildFromElement(Element&& element, Log& channel, const char* unknownText);
+
     bool hasAttributeNamed(const std::string& n) const {
         Guard g(lock);
         return attributeNames.count(n) != 0;
@@ -235,6 +242,7 @@ public:
     // From the file binding, with the parent's qualified name. Defined with
     // the loader.
     ConfigBlockXml(const c_ConfigBlock& element, const std::string& parentQualifiedName);
+    ConfigBlockXml(c_ConfigBlock&& element, const std::string& parentQualifiedName);
     ~ConfigBlockXml() override;
 
     ConfigBlockPtr clone() const override;

@@ -12,75 +12,70 @@
 
 #include <memory>
 #include <sstream>
+#include <type_traits>
+#include <utility>
 
 namespace quorl {
 
 namespace {
 
-// The children of a block element in file order: attributes and nested
-// blocks are built, already named below the block, and handed to append
-// callbacks, which keep the first of two same-named children; other kinds
-// are logged and skipped.
-template <class AdoptAttribute, class AdoptBlock>
-void buildChildren(const c_ConfigBlock& element, const std::string& qualifiedName, Log& channel,
-                   const char* unknownText, AdoptAttribute adoptAttribute, AdoptBlock adoptBlock) {
-    for (size_t i = 0; i < element.size_StringAttribute(); ++i) {
-        const c_anon_StringAttribute& child = element.get_StringAttribute(i);
-        if (child.get_kind() == c_anon_StringAttribute::kind_ConfigBlock && child.as<c_ConfigBlock>()) {
-            adoptBlock(makeBlockFromElement(*child.as<c_ConfigBlock>(), qualifiedName));
-        } else if (ConfigAttributePtr attribute = makeAttributeFromElement(child, qualifiedName)) {
-            adoptAttribute(attribute);
-        } else {
-            RQ7_LOG(channel, LOG_ERROR, unknownText << child.get_kind());
-        }
-    }
-}
-
-std::string duplicateAttribute() {
-    return "duplicate attribute was found";
-}
 std::string duplicateBlock(const ConfigBlock& b) {
     return "duplicate config block was found" + b.getName();
 }
 
 }  // namespace
 
-ConfigBlockXml::ConfigBlockXml(const c_ConfigBlock& element, const std::string& parentQualifiedName)
-    : ConfigBlockXmlBase(element.get_Name(), joinQualifiedName(parentQualifiedName, element.get_Name())) {
+// Attributes and nested blocks are built already named below the block; the
+// first of two same-named children is kept; other kinds are logged and
+// skipped.
+template <class Interface>
+template <class Element>
+void ConfigBlockXmlBase<Interface>::buildFromElement(Element&& element, Log& channel, const char* unknownText) {
+    constexpr bool consume = !std::is_lvalue_reference<Element>::value;
     reserveChildren(element.size_StringAttribute());
-    buildChildren(
-        element, qualifiedName, logConfigBlockXml, "Unknown attribute : ",
-        [this](const ConfigAttributePtr& a) {
-            if (hasAttributeNamed(a->getName()))
-                logConfigBlockXml.write(duplicateAttribute(), LOG_ERROR);
+    for (size_t i = 0; i < element.size_StringAttribute(); ++i) {
+        const c_anon_StringAttribute& child = element.get_StringAttribute(i);
+        if (child.get_kind() == c_anon_StringAttribute::kind_ConfigBlock && child.as<c_ConfigBlock>()) {
+            c_ConfigBlock& blockElement = *child.as<c_ConfigBlock>();
+            ConfigBlockPtr b;
+            if constexpr (consume)
+                b = makeBlockFromElement(std::move(blockElement), qualifiedName);
             else
-                appendAttribute(a);
-        },
-        [this](const ConfigBlockPtr& b) {
+                b = makeBlockFromElement(static_cast<const c_ConfigBlock&>(blockElement), qualifiedName);
             if (hasBlockNamed(b->getName()))
-                logConfigBlockXml.write(duplicateBlock(*b), LOG_ERROR);
+                channel.write(duplicateBlock(*b), LOG_ERROR);
             else
                 appendBlock(b);
-        });
+        } else if (ConfigAttributePtr a = makeAttributeFromElement(child, qualifiedName)) {
+            if (hasAttributeNamed(a->getName()))
+                channel.write("duplicate attribute was found", LOG_ERROR);
+            else
+                appendAttribute(a);
+        } else {
+            RQ7_LOG(channel, LOG_ERROR, unknownText << child.get_kind());
+        }
+        if constexpr (consume) element.get_StringAttribute(i) = c_anon_StringAttribute();
+    }
+}
+
+ConfigBlockXml::ConfigBlockXml(const c_ConfigBlock& element, const std::string& parentQualifiedName)
+    : ConfigBlockXmlBase(element.get_Name(), joinQualifiedName(parentQualifiedName, element.get_Name())) {
+    buildFromElement(element, logConfigBlockXml, "Unknown attribute : ");
+}
+
+ConfigBlockXml::ConfigBlockXml(c_ConfigBlock&& element, const std::string& parentQualifiedName)
+    : ConfigBlockXmlBase(element.get_Name(), joinQualifiedName(parentQualifiedName, element.get_Name())) {
+    buildFromElement(std::move(element), logConfigBlockXml, "Unknown attribute : ");
 }
 
 MutableConfigBlockXml::MutableConfigBlockXml(const c_ConfigBlock& element, const std::string& parentQualifiedName)
     : ConfigBlockXmlBase(element.get_Name(), joinQualifiedName(parentQualifiedName, element.get_Name())) {
-    reserveChildren(element.size_StringAttribute());
-    buildChildren(
-        element, qualifiedName, logMutableConfigBlockXml, "Unknown attribute type : ",
-        [this](const ConfigAttributePtr& a) {
-            if (hasAttributeNamed(a->getName()))
-                logMutableConfigBlockXml.write(duplicateAttribute(), LOG_ERROR);
-            else
-                appendAttribute(a);
-        },
-        [this](const ConfigBlockPtr& b) {
-            if (hasBlockNamed(b->getName()))
-                logMutableConfigBlockXml.write(duplicateBlock(*b), LOG_ERROR);
-            else
-                appendBlock(b);
-        });
+    buildFromElement(element, logMutableConfigBlockXml, "Unknown attribute type : ");
+}
+
+MutableConfigBlockXml::MutableConfigBlockXml(c_ConfigBlock&& element, const std::string& parentQualifiedName)
+    : ConfigBlockXmlBase(element.get_Name(), joinQualifiedName(parentQualifiedName, element.get_Name())) {
+    buildFromElement(std::move(element), logMutableConfigBlockXml, "Unknown attribute type : ");
 }
 
 ConfigBlockPtr makeBlockFromElement(const c_ConfigBlock& element, const std::string& parentQualifiedName) {
@@ -89,16 +84,38 @@ ConfigBlockPtr makeBlockFromElement(const c_ConfigBlock& element, const std::str
     return boost::make_shared<ConfigBlockXml>(element, parentQualifiedName);
 }
 
+ConfigBlockPtr makeBlockFromElement(c_ConfigBlock&& element, const std::string& parentQualifiedName) {
+    if (element.has_Mutable() && element.get_Mutable())
+        return boost::make_shared<MutableConfigBlockXml>(std::move(element), parentQualifiedName);
+    return boost::make_shared<ConfigBlockXml>(std::move(element), parentQualifiedName);
+}
+
 // Top-level blocks: no duplicate message here; a later block of a used name
 // stays in the file-order list but not in the lookup.
 ConfigurationXml::ConfigurationXml(const c_Configuration& element)
     : ConfigurationXml(element.get_Name(), element.get_Version(),
                        element.has_Comments() ? element.get_Comments() : std::string()) {
-    // The blocks are built already named below the document.
+    buildBlocks(element);
+}
+
+ConfigurationXml::ConfigurationXml(c_Configuration&& element)
+    : ConfigurationXml(element.get_Name(), element.get_Version(),
+                       element.has_Comments() ? element.get_Comments() : std::string()) {
+    buildBlocks(std::move(element));
+}
+
+// The blocks are built already named below the document.
+template <class Element>
+void ConfigurationXml::buildBlocks(Element&& element) {
     for (size_t i = 0; i < element.size_ConfigBlock(); ++i) {
-        const c_ConfigBlock& blockElement = element.get_ConfigBlock(i);
-        ConfigBlockPtr block = makeBlockFromElement(blockElement, name);
-        blockMap.insert(blockElement.get_Name(), block);
+        auto& blockElement = element.get_ConfigBlock(i);
+        const std::string blockName = blockElement.get_Name();
+        ConfigBlockPtr block;
+        if constexpr (std::is_lvalue_reference<Element>::value)
+            block = makeBlockFromElement(blockElement, name);
+        else
+            block = makeBlockFromElement(std::move(blockElement), name);
+        blockMap.insert(blockName, block);
         blockList->push_back(block);
     }
 }
@@ -109,8 +126,9 @@ bool hasConfigurationExtension(const std::string& path) {
 }
 
 namespace {
-ConfigurationPtr adopt(const c_QUORL& document) {
-    return ConfigurationPtr(new ConfigurationXml(document.get_Configuration()), ConfigurationXml::deleter());
+// The binding objects are released as the tree takes them over.
+ConfigurationPtr adopt(c_QUORL& document) {
+    return ConfigurationPtr(new ConfigurationXml(std::move(document.get_Configuration())), ConfigurationXml::deleter());
 }
 }  // namespace
 

@@ -31,5 +31,7 @@ ConfigurationPtr loadConfigurationFromMemory(const char* data, size_t length, xr
 
 // The block of an element: editable if its element says Mutable.
 ConfigBlockPtr makeBlockFromElement(const c_ConfigBlock& element, const std::string& parentQualifiedName);
+// The same, releasing the element's binding objects as they are built.
+ConfigBlockPtr makeBlockFromElement(c_ConfigBlock&& element, const std::string& parentQualifiedName);
 
 }  // namespace quorl

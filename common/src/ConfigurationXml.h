@@ -39,6 +39,8 @@ public:
     ConfigurationXml(const std::string& name, const std::string& version, const std::string& comments = std::string());
     // From the file binding. Defined with the loader.
     explicit ConfigurationXml(const c_Configuration& element);
+    // The same, releasing the binding objects as the tree takes them over.
+    explicit ConfigurationXml(c_Configuration&& element);
     ConfigurationXml(const ConfigurationXml&) = delete;
     ConfigurationXml& operator=(const ConfigurationXml&) = delete;
     ~ConfigurationXml() override;
@@ -86,6 +88,9 @@ public:
     ConfigBlockVectorPtr getConfigBlockList() const;
 
 protected:
+    template <class Element>
+    void buildBlocks(Element&& element);
+
     std::string id;
     std::string name;
     std::string version;

@@ -24,6 +24,7 @@ public:
     MutableConfigBlockXml& operator=(const MutableConfigBlockXml&) = delete;
     // From the file binding, with the parent's qualified name.
     MutableConfigBlockXml(const c_ConfigBlock& element, const std::string& parentQualifiedName);
+    MutableConfigBlockXml(c_ConfigBlock&& element, const std::string& parentQualifiedName);
     ~MutableConfigBlockXml() override;
 
     ConfigBlockPtr clone() const override;
