@@ -6,11 +6,15 @@
 // Counters per benchmark:
 //   writes, reads      register accesses in the run's trace
 //   run_ms             wall time of one run
-//   limit_ms           writes * rtt(write) + reads * rtt(read) + launch
-//   ratio              run_ms / limit_ms (goal: at most 1.5)
+//   limit_ms           writes * rtt(write) + reads * rtt(read) + launch, the
+//                      round trips measured with both ends on one CPU
+//   ratio              run_ms / limit_ms
+//   run_one_cpu_ms     the run with the whole process held on one CPU
+//   ratio_one_cpu      run_one_cpu_ms / limit_ms
 //   peak_rss_kib       peak resident set size of the run
 //   empty_run_ms       a run of a configuration without modules: the tool's
 //                      fixed cost (start, load, save with its sync, teardown)
+// Times are medians over the iterations.
 #include "tools/socgen/SocGen.h"
 
 #include <benchmark/benchmark.h>
@@ -19,11 +23,13 @@
 #include <fcntl.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
+#include <sched.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <cstring>
@@ -64,6 +70,29 @@ struct RunResult {
     long peakRssKib = 0;
     int status = -1;
     std::string out;
+};
+
+double median(std::vector<double> v) {
+    if (v.empty()) return 0;
+    std::sort(v.begin(), v.end());
+    return v.size() % 2 ? v[v.size() / 2] : (v[v.size() / 2 - 1] + v[v.size() / 2]) / 2;
+}
+
+// Holds the calling thread (and the threads and processes it starts) on the
+// CPU it runs on, until destroyed.
+class OneCpu {
+public:
+    OneCpu() {
+        sched_getaffinity(0, sizeof saved, &saved);
+        cpu_set_t one;
+        CPU_ZERO(&one);
+        CPU_SET(sched_getcpu(), &one);
+        sched_setaffinity(0, sizeof one, &one);
+    }
+    ~OneCpu() { sched_setaffinity(0, sizeof saved, &saved); }
+
+private:
+    cpu_set_t saved;
 };
 
 // Runs a program with stdout to a file; measures wall time and peak RSS.
@@ -110,7 +139,7 @@ size_t countPrefix(const std::string& text, const char* prefix) {
 // Bare request and reply over loopback with the agent's message sizes: a
 // 23-byte memory request answered by a 6-byte status (write), or by a 23-byte
 // memory reply and a 6-byte status (read). Returns milliseconds per exchange.
-double loopbackRoundTripMs(bool read, int exchanges) {
+double loopbackRoundTripBatchMs(bool read, int exchanges) {
     int listener = socket(AF_INET, SOCK_STREAM, 0);
     int one = 1;
     setsockopt(listener, SOL_SOCKET, SO_REUSEADDR, &one, sizeof one);
@@ -163,10 +192,16 @@ double loopbackRoundTripMs(bool read, int exchanges) {
     return ms;
 }
 
+// Both ends held on one CPU.
+double loopbackRoundTripMs(bool read, int exchanges) {
+    OneCpu pin;
+    return loopbackRoundTripBatchMs(read, exchanges);
+}
+
 double trivialLaunchMs(const std::string& workDir, int launches) {
-    double total = 0;
-    for (int i = 0; i < launches; ++i) total += runProgram({"/bin/true"}, workDir).ms;
-    return total / launches;
+    std::vector<double> ms;
+    for (int i = 0; i < launches; ++i) ms.push_back(runProgram({"/bin/true"}, workDir).ms);
+    return median(ms);
 }
 
 const char* const EmptyLoggerConfig =
@@ -181,33 +216,48 @@ const char* const EmptyLoggerConfig =
 void configureRun(benchmark::State& state, const std::string& configText) {
     const std::string dir = tempDir();
     const std::string path = dir + "/soc.xml";
-    const double rttWrite = loopbackRoundTripMs(false, 2000);
-    const double rttRead = loopbackRoundTripMs(true, 2000);
+    // The limit's round trips are sampled between the runs, so that both
+    // sides see the same moments of a machine whose speed drifts.
+    std::vector<double> rttWrites, rttReads;
     const double launch = trivialLaunchMs(dir, 20);
-    double emptyMs = 0;
-    for (int i = 0; i < 10; ++i) {
+    std::vector<double> empty;
+    for (int i = 0; i < 11; ++i) {
         writeText(path, EmptyLoggerConfig);
-        emptyMs += runProgram({RQ7_CONFIG_BINARY, "-c", "soc.xml"}, dir).ms / 10;
+        empty.push_back(runProgram({RQ7_CONFIG_BINARY, "-c", "soc.xml"}, dir).ms);
     }
+    const double emptyMs = median(empty);
 
     RunResult last;
-    double totalMs = 0;
+    std::vector<double> runs, oneCpuRuns;
     long peak = 0;
     for (auto _ : state) {
         state.PauseTiming();
-        writeText(path, configText);  // each run saves over its file
+        rttWrites.push_back(loopbackRoundTripMs(false, 300));
+        rttReads.push_back(loopbackRoundTripMs(true, 300));
         state.ResumeTiming();
-        last = runProgram({RQ7_CONFIG_BINARY, "-c", "soc.xml"}, dir);
-        totalMs += last.ms;
-        if (last.peakRssKib > peak) peak = last.peakRssKib;
-        if (last.status != 0) {
-            state.SkipWithError(("run failed: " + last.out.substr(0, 200)).c_str());
-            break;
+        for (bool oneCpu : {false, true}) {
+            state.PauseTiming();
+            writeText(path, configText);  // each run saves over its file
+            state.ResumeTiming();
+            if (oneCpu) {
+                OneCpu pin;
+                last = runProgram({RQ7_CONFIG_BINARY, "-c", "soc.xml"}, dir);
+                oneCpuRuns.push_back(last.ms);
+            } else {
+                last = runProgram({RQ7_CONFIG_BINARY, "-c", "soc.xml"}, dir);
+                runs.push_back(last.ms);
+            }
+            if (last.peakRssKib > peak) peak = last.peakRssKib;
+            if (last.status != 0) {
+                state.SkipWithError(("run failed: " + last.out.substr(0, 200)).c_str());
+                break;
+            }
         }
     }
     const double writes = static_cast<double>(countPrefix(last.out, "write_mem "));
     const double reads = static_cast<double>(countPrefix(last.out, "read_mem "));
-    const double runMs = state.iterations() ? totalMs / static_cast<double>(state.iterations()) : 0;
+    const double runMs = median(runs), oneCpuMs = median(oneCpuRuns);
+    const double rttWrite = median(rttWrites), rttRead = median(rttReads);
     const double limit = writes * rttWrite + reads * rttRead + launch;
     state.counters["writes"] = writes;
     state.counters["reads"] = reads;
@@ -217,6 +267,8 @@ void configureRun(benchmark::State& state, const std::string& configText) {
     state.counters["run_ms"] = runMs;
     state.counters["limit_ms"] = limit;
     state.counters["ratio"] = limit > 0 ? runMs / limit : 0;
+    state.counters["run_one_cpu_ms"] = oneCpuMs;
+    state.counters["ratio_one_cpu"] = limit > 0 ? oneCpuMs / limit : 0;
     state.counters["peak_rss_kib"] = static_cast<double>(peak);
     state.counters["empty_run_ms"] = emptyMs;
     std::string rm = "rm -rf '" + dir + "'";

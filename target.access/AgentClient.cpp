@@ -3,8 +3,8 @@
 #include <arpa/inet.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
-#include <poll.h>
 #include <sys/socket.h>
+#include <sys/time.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -45,15 +45,10 @@ int receiveFromAgent(agent_message** host, bool reportClosed) {
         setLastError("Invalid socket");
         return -EIO;
     }
-    // Wait for the answer only as long as an agent would take; a reply may
-    // already wait whole in the buffer.
-    const bool buffered = agentReader.socket == agentSocket && agentReader.end - agentReader.start >= 4;
-    int ready = 1;
-    pollfd wait = {agentSocket, POLLIN, 0};
-    while (!buffered && agentSocket >= 0 && (ready = ::poll(&wait, 1, replyTimeoutMs)) < 0 && errno == EINTR) {
-    }
+    // The socket's receive timeout bounds the wait for the answer (set once
+    // at connection: no wait call before each receive).
     agent_message* net = nullptr;
-    int rc = ready == 0 ? -ETIMEDOUT : recv_sock_message(agentSocket, &net, &agentReader);
+    int rc = recv_sock_message(agentSocket, &net, &agentReader);
     if (rc != 0) {
         std::free(net);
         if (reportClosed || rc != -1) setLastError("Failed to receive a message from server");
@@ -122,8 +117,15 @@ void closeAgentSocket() {
     agent_reader_init(&agentReader, NO_SOCKET);
 }
 
+// A receive on the socket gives up after the reply timeout.
+static bool applyReplyTimeout() {
+    timeval limit = {replyTimeoutMs / 1000, (replyTimeoutMs % 1000) * 1000};
+    return ::setsockopt(agentSocket, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit) == 0;
+}
+
 void setAgentReplyTimeout(int milliseconds) {
     replyTimeoutMs = milliseconds;
+    if (agentSocket > 0) applyReplyTimeout();
 }
 
 void resetAgentConnection() {
@@ -167,6 +169,7 @@ bool openAgentSocket(const std::string& address, int port) {
         setLastError("Error : connect Failed");
         return false;
     }
+    applyReplyTimeout();
     return receiveStatus() == 0;
 }
 

@@ -342,7 +342,8 @@ int receiveBytes(agent_socket_t socket, agent_reader* r, uint8_t* out, size_t si
             return rest < 0 ? rest : static_cast<int>(got) + rest;
         }
         ssize_t k = ::recv(socket, r->buffer, sizeof r->buffer, 0);
-        if (k < 0 && (errno == EINTR || errno == EAGAIN)) continue;
+        // EAGAIN here is the receive timeout of the socket: the peer is silent.
+        if (k < 0 && errno == EINTR) continue;
         if (k < 0) return static_cast<int>(k);
         if (k == 0) return static_cast<int>(got);
         r->start = 0;
