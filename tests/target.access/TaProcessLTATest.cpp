@@ -154,15 +154,23 @@ TEST_F(TaProcessLTATest, FailuresAndTheirTexts) {
     }
 }
 
-// A peer that accepts but never answers (another program on the port) must
-// not hang the run: the access fails like a lost connection.
+// A peer that accepts but never answers (another program on the port), or
+// stops half-way through an answer, must not hang the run: the access fails
+// like a lost connection.
 TEST_F(TaProcessLTATest, SilentPeerEndsTheAccess) {
-    const bool greets[] = {false, true};
-    for (bool greet : greets) {
-        SCOPED_TRACE(greet ? "silent after the greeting" : "no greeting");
+    const struct {
+        const char* what;
+        Bytes before;  // what the peer sends before it falls silent
+    } peers[] = {
+        {"no greeting", {}},
+        {"silent after the greeting", GREETING},
+        {"silent half-way through the status", {0, 0, 0, 2, 5, 0, 0, 0}},
+    };
+    for (const auto& p : peers) {
+        SCOPED_TRACE(p.what);
         quorl::resetAgentConnection();
-        ScriptedServer peer([greet](int fd) {
-            if (greet) sendRaw(fd, GREETING);
+        ScriptedServer peer([&p](int fd) {
+            if (!p.before.empty()) sendRaw(fd, p.before);
             char byte;
             while (::recv(fd, &byte, 1, 0) > 0) {
             }  // until the client gives up and closes
