@@ -111,11 +111,19 @@ std::unique_ptr<simple_pattern> parse_simple(const std::string& p) {
 // spread over the run of matching characters from each reachable position.
 bool run_simple(const simple_pattern& program, const std::string& text) {
     const std::size_t n = text.size();
-    std::vector<char> reach(n + 1, 0);
-    std::vector<int> next(n + 2, 0);
+    // Attribute values are short: their positions fit on the stack.
+    constexpr std::size_t k_short = 64;
+    char shortReach[k_short + 1];
+    int shortNext[k_short + 2];
+    std::vector<char> longReach;
+    std::vector<int> longNext;
+    if (n > k_short) longReach.resize(n + 1), longNext.resize(n + 2);
+    char* reach = n > k_short ? longReach.data() : shortReach;
+    int* next = n > k_short ? longNext.data() : shortNext;
+    std::fill(reach, reach + n + 1, 0);
     reach[0] = 1;
     for (const auto& a : program.atoms) {
-        std::fill(next.begin(), next.end(), 0);
+        std::fill(next, next + n + 2, 0);
         // next is filled as a difference array of position intervals.
         std::size_t run = 0;  // matching characters from position p onwards
         for (std::size_t p = n + 1; p-- > 0;) {

@@ -146,6 +146,16 @@ protected:
         blocks.push_back(b);
         ++blockNames[b->getName()];
     }
+    // Appends unless the name is taken, with one look-up of the name: the
+    // loader's path through wide blocks. False if the name was taken.
+    bool appendAttributeIfNew(const ConfigAttributePtr& a) {
+        Guard g(lock);
+        unsigned& count = attributeNames[a->getName()];
+        if (count) return false;
+        count = 1;
+        attributes.push_back(a);
+        return true;
+    }
 
     // The loader's rule: a child whose name is taken is dropped after an
     // ERROR line on channel ("duplicate attribute was found", "duplicate

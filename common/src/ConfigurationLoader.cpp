@@ -47,10 +47,7 @@ void ConfigBlockXmlBase<Interface>::buildFromElement(Element&& element, Log& cha
             else
                 appendBlock(b);
         } else if (ConfigAttributePtr a = makeAttributeFromElement(child, qualifiedName)) {
-            if (hasAttributeNamed(a->getName()))
-                channel.write("duplicate attribute was found", LOG_ERROR);
-            else
-                appendAttribute(a);
+            if (!appendAttributeIfNew(a)) channel.write("duplicate attribute was found", LOG_ERROR);
         } else {
             RQ7_LOG(channel, LOG_ERROR, unknownText << child.get_kind());
         }
