@@ -3,6 +3,7 @@
 #include "target.access/TaProcessLTA.h"
 
 #include "app/base/Exception.h"
+#include "app/base/HexText.h"
 #include "target.access/ExtAddress.h"
 #include "target.access/quorl/register.h"
 #include "target.access/server/DummyServer.h"
@@ -12,6 +13,8 @@
 #include <gtest/gtest.h>
 #include <boost/make_shared.hpp>
 
+#include <cinttypes>
+#include <cstdio>
 #include <functional>
 
 namespace {
@@ -41,6 +44,32 @@ struct LoggerServer {
     }
     unsigned short port() const { return server.getPort(); }
 };
+
+// The server formats the lines of 32-bit accesses by hand: they must be the
+// printf form, for every width of address and value.
+TEST_F(TaProcessLTATest, WordLinesAreTheirPrintfForm) {
+    LoggerServer logger;
+    auto process = boost::make_shared<TaProcessLTA>(LOOPBACK, logger.port());
+    const uint64_t addresses[] = {0,          0x8,           0x10,           0xabcdef,
+                                  0x80010fb0, 0xffffffffull, 0x123456789ull, 0xfedcba9876543210ull};
+    const uint32_t values[] = {0, 1, 0xa, 0xc5acce55, 0xffffffffu, 0x00f000f0};
+    std::string expected;
+    testing::internal::CaptureStdout();
+    for (uint64_t address : addresses) {
+        for (uint32_t value : values) {
+            uint32_t v = value;
+            EXPECT_TRUE(process->writeMemory(ExtAddress(address, ""), 4, 1, &v));
+            char line[128];
+            std::snprintf(line, sizeof line, "write_mem 0x%" PRIx64 " data=0x%08" PRIx32 " length=0x%x\n", address,
+                          value, 4u);
+            expected += line;
+        }
+        uint32_t read = 0;
+        EXPECT_TRUE(process->readMemory(ExtAddress(address, ""), 4, 1, &read));
+        expected += "read_mem  0x" + quorl::hexDigits(address) + " data=0x00000000 length=0x4\n";
+    }
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), expected);
+}
 
 TEST_F(TaProcessLTATest, RegisterAccessesCrossTheSocketToTheLoggerServer) {
     LoggerServer logger;
