@@ -3,6 +3,8 @@
 #include "app/base/Exception.h"
 #include "target.access/quorl/AccessNote.h"
 
+#include <boost/make_shared.hpp>
+
 #include <stdexcept>
 
 namespace quorl {
@@ -95,9 +97,10 @@ template <typename T>
 void RegisterManager<T>::build(unsigned count) {
     registers.clear();
     registers.reserve(count);
+    // One allocation per register, with its count: the ETM builds hundreds.
     for (unsigned i = 0; i < count; ++i)
-        registers.push_back(boost::shared_ptr<Register<T>>(new Register<T>(
-            baseAddress + uint64_t(i) * sizeof(T), memorySpace, prefix + std::to_string(i), resetValue)));
+        registers.push_back(boost::make_shared<Register<T>>(baseAddress + uint64_t(i) * sizeof(T), memorySpace,
+                                                            prefix + std::to_string(i), resetValue));
 }
 
 template class Register<unsigned int>;

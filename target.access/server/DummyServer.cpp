@@ -41,19 +41,19 @@ uint64_t loadBytes(const uint8_t* data, size_t size) {
     return v;
 }
 
-// The line of a 32-bit access, as "%s 0x%lx data=0x%08x length=0x4\n" gives
-// it, formatted by hand: the server writes it before it answers, so it is on
-// the round trip of every register access, and printf's parsing was most of
-// the server's work per access.
-void traceWord32(const char* op, uint64_t address, uint32_t value) {
+// The trace line of a register-sized access ("%s 0x%lx data=0x%08lx
+// length=0x%x\n"; op is padded to the column), formatted by hand: the server
+// writes it before it answers, so it is on the round trip of every register
+// access, and printf's parsing was most of the server's work per access.
+void traceWord(const char* op, uint64_t address, uint64_t shown, unsigned width) {
     if (!loggerAgentState.verbose) return;
-    static const char digits[] = "0123456789abcdef";
-    char line[96];
+    if (width == 4) shown = static_cast<uint32_t>(shown);
     const size_t opLength = std::strlen(op);
     if (opLength > 32) {
-        trace("%s 0x%" PRIx64 " data=0x%08" PRIx32 " length=0x%x\n", op, address, value, 4u);
+        trace("%s 0x%" PRIx64 " data=0x%08" PRIx64 " length=0x%x\n", op, address, shown, width);
         return;
     }
+    char line[128];
     char* p = line;
     std::memcpy(p, op, opLength);
     p += opLength;
@@ -61,19 +61,15 @@ void traceWord32(const char* op, uint64_t address, uint32_t value) {
     p = std::to_chars(p + 3, line + sizeof line, address, 16).ptr;
     std::memcpy(p, " data=0x", 8);
     p += 8;
-    for (int i = 7; i >= 0; --i, value >>= 4) p[i] = digits[value & 0xf];
-    p += 8;
-    std::memcpy(p, " length=0x4\n", 12);
-    p += 12;
+    char digits[16];
+    const size_t n = static_cast<size_t>(std::to_chars(digits, digits + sizeof digits, shown, 16).ptr - digits);
+    for (size_t pad = n; pad < 8; ++pad) *p++ = '0';
+    std::memcpy(p, digits, n);
+    p += n;
+    std::memcpy(p, " length=0x", 10);
+    p = std::to_chars(p + 10, line + sizeof line, width, 16).ptr;
+    *p++ = '\n';
     std::fwrite(line, 1, static_cast<size_t>(p - line), stdout);
-}
-
-// The trace line of a register-sized access; op is padded to the column.
-void traceWord(const char* op, uint64_t address, uint64_t shown, unsigned width) {
-    if (width == 4)
-        traceWord32(op, address, static_cast<uint32_t>(shown));
-    else
-        trace("%s 0x%" PRIx64 " data=0x%08" PRIx64 " length=0x%x\n", op, address, shown, width);
 }
 
 // The trace line of a block access: the value shows as many digits as the

@@ -45,23 +45,30 @@ struct LoggerServer {
     unsigned short port() const { return server.getPort(); }
 };
 
-// The server formats the lines of 32-bit accesses by hand: they must be the
-// printf form, for every width of address and value.
+// The server formats the lines of register accesses by hand: they must be
+// the printf form, for every width of address and value.
 TEST_F(TaProcessLTATest, WordLinesAreTheirPrintfForm) {
     LoggerServer logger;
     auto process = boost::make_shared<TaProcessLTA>(LOOPBACK, logger.port());
     const uint64_t addresses[] = {0,          0x8,           0x10,           0xabcdef,
                                   0x80010fb0, 0xffffffffull, 0x123456789ull, 0xfedcba9876543210ull};
-    const uint32_t values[] = {0, 1, 0xa, 0xc5acce55, 0xffffffffu, 0x00f000f0};
+    const uint64_t values[] = {0, 1, 0xa, 0xc5acce55, 0xffffffffu, 0x00f000f0, 0x123456789ull, 0xffffffffffffffffull};
     std::string expected;
     testing::internal::CaptureStdout();
     for (uint64_t address : addresses) {
-        for (uint32_t value : values) {
-            uint32_t v = value;
-            EXPECT_TRUE(process->writeMemory(ExtAddress(address, ""), 4, 1, &v));
+        for (uint64_t value : values) {
             char line[128];
-            std::snprintf(line, sizeof line, "write_mem 0x%" PRIx64 " data=0x%08" PRIx32 " length=0x%x\n", address,
-                          value, 4u);
+            if (value <= 0xffffffffu) {
+                uint32_t v = static_cast<uint32_t>(value);
+                EXPECT_TRUE(process->writeMemory(ExtAddress(address, ""), 4, 1, &v));
+                std::snprintf(line, sizeof line, "write_mem 0x%" PRIx64 " data=0x%08" PRIx32 " length=0x%x\n", address,
+                              v, 4u);
+                expected += line;
+            }
+            uint64_t v = value;
+            EXPECT_TRUE(process->writeMemory(ExtAddress(address, ""), 8, 1, &v));
+            std::snprintf(line, sizeof line, "write_mem 0x%" PRIx64 " data=0x%08" PRIx64 " length=0x%x\n", address,
+                          value, 8u);
             expected += line;
         }
         uint32_t read = 0;
