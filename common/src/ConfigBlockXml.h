@@ -67,6 +67,12 @@ public:
         return attributes.findFirst([&](const ConfigAttributePtr& a) { return a && a->getName() == attributeName; });
     }
     ConfigAttributeVectorPtr getConfigAttributes() const override { return attributes.copy(); }
+    // Calls f on every attribute in order, under the list's lock, without the
+    // copy that getConfigAttributes makes (the writer of a wide block).
+    template <class F>
+    void forEachAttribute(F f) const {
+        attributes.forEach(f);
+    }
     void accept(ConfigBlockVisitor& visitor) override { visitor.visit(*this); }
     void accept(ConfigBlockVisitor& visitor) const override { visitor.visit(const_cast<ConfigBlockXmlBase&>(*this)); }
 

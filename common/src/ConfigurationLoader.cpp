@@ -32,9 +32,11 @@ template <class Interface>
 template <class Element>
 void ConfigBlockXmlBase<Interface>::buildFromElement(Element&& element, Log& channel, const char* unknownText) {
     constexpr bool consume = !std::is_lvalue_reference<Element>::value;
-    reserveChildren(element.size_StringAttribute());
-    for (size_t i = 0; i < element.size_StringAttribute(); ++i) {
-        const c_anon_StringAttribute& child = element.get_StringAttribute(i);
+    const size_t count = element.size_StringAttribute();
+    reserveChildren(count);
+    for (size_t i = 0; i < count; ++i) {
+        // A consumed element gives up each child, storage included, once built.
+        const c_anon_StringAttribute& child = element.get_StringAttribute(consume ? 0 : i);
         if (child.get_kind() == c_anon_StringAttribute::kind_ConfigBlock && child.as<c_ConfigBlock>()) {
             c_ConfigBlock& blockElement = *child.as<c_ConfigBlock>();
             ConfigBlockPtr b;
@@ -51,7 +53,7 @@ void ConfigBlockXmlBase<Interface>::buildFromElement(Element&& element, Log& cha
         } else {
             RQ7_LOG(channel, LOG_ERROR, unknownText << child.get_kind());
         }
-        if constexpr (consume) element.get_StringAttribute(i) = c_anon_StringAttribute();
+        if constexpr (consume) element.pop_front_StringAttribute();
     }
 }
 

@@ -365,12 +365,15 @@ exrt_error writeBlockOf(const Block& block, bool editable, xrt::c_xml_writer& w)
     head.marshal_open(w);
     c_ConfigBlock holder;
     PopulateConfigAttributeXMLVisitor visitor(&holder);
-    for (const ConfigAttributePtr& attribute : block.getConfigAttributes()->snapshot()) {
+    exrt_error failure = XB_OK;
+    block.forEachAttribute([&](const ConfigAttributePtr& attribute) {
+        if (failure) return;
         holder.clear_StringAttribute();
         holder.append_StringAttribute();
         attribute->accept(visitor);
-        if (exrt_error e = holder.get_StringAttribute(0).marshal(w)) return e;
-    }
+        failure = holder.get_StringAttribute(0).marshal(w);
+    });
+    if (failure) return failure;
     for (const ConfigBlockPtr& child : block.getConfigBlocks()->snapshot())
         if (exrt_error e = writeBlock(child.get(), w)) return e;
     head.marshal_close(w);

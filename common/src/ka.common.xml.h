@@ -7,6 +7,7 @@
 #include "common/src/ka.common.xml.io.h"
 
 #include <cstdint>
+#include <deque>
 #include <memory>
 #include <string>
 #include <vector>
@@ -350,7 +351,11 @@ public:
     }
     c_anon_StringAttribute& back_StringAttribute() { return children.back(); }
     void clear_StringAttribute() { children.clear(); }
-    void reserve_StringAttribute(size_t n) { children.reserve(n); }
+    // Kept for callers: the children live in blocks, which need no reserving.
+    void reserve_StringAttribute(size_t) {}
+    // Drops the first child: a reader that consumes the children frees their
+    // storage as it goes.
+    void pop_front_StringAttribute() { children.pop_front(); }
 
     c_Element* clone_element() const override { return new c_ConfigBlock(*this); }
     const char* element_name() const override { return "ConfigBlock"; }
@@ -364,7 +369,9 @@ private:
     std::string name;
     bool hasMutable = false;
     bool mutableFlag = false;
-    std::vector<c_anon_StringAttribute> children;
+    // Blocks rather than one array: a wide block's children are never
+    // copied as they grow, and are freed block by block as they are consumed.
+    std::deque<c_anon_StringAttribute> children;
 };
 
 class c_Configuration : public c_Element {
